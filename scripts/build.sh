@@ -6,5 +6,11 @@ cd "$(dirname "$0")/.."
 ./scripts/setup.sh
 BUILD_DIR="${BUILD_DIR:-build}"
 SANITIZE="${GNR_SANITIZE:-OFF}"
-cmake -S . -B "$BUILD_DIR" -G Ninja -DGNR_SANITIZE="$SANITIZE" >/dev/null
+LAUNCHER=()
+if command -v ccache >/dev/null 2>&1; then
+    # Optional: shares compiled objects between build folders when present.
+    export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
+    LAUNCHER=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$BUILD_DIR" -G Ninja -DGNR_SANITIZE="$SANITIZE" "${LAUNCHER[@]}" >/dev/null
 cmake --build "$BUILD_DIR" -j "$(nproc)" "$@"
