@@ -3,6 +3,7 @@
 
 #include "gnr_projectdb/schema.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
+#include "gnr_projectdb/sys.h"
 
 #include <cstdio>
 
@@ -14,8 +15,7 @@ int RunSchema(const std::vector<std::string>& argsIn) {
     int count = 0;
     const SYxSqliteTableDef* const* defs = YxProjectDb_Schema_GetJobsTables(&count);
     if (xml) {
-        std::fputs(YxTool_Narrow(YxSqlite_GetAllDefsAsXml(YX_PROJECTDB_JOBS_SCHEMA_VERSION, defs, count).str()).c_str(),
-                   stdout);
+        std::fputs(YxTool_Narrow(YxProjectDb_Sys_ExportSchemaAsXml().str()).c_str(), stdout);
         return 0;
     }
     for (int i = 0; i < count; ++i)

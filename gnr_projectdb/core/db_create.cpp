@@ -1,0 +1,92 @@
+// Creating database files.
+#include "gnr_projectdb/core/db_internal.h"
+
+#include "framework/yxdiag.h"
+#include "framework/yxfilesystem.h"
+#include "gnr_projectdb/schema.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
+#include "gnr_projectdb/sys.h"
+
+#include <sqlite3.h>
+
+int YxDb_CommonPragmas(sqlite3* db) {
+    return YxSqlite_Execute(db, L"PRAGMA legacy_file_format=0;PRAGMA recursive_triggers=1;PRAGMA foreign_keys=1;",
+                            nullptr, true);
+}
+
+const wchar_t* YxDb_DefaultJournalMode(const wchar_t* path) {
+    return YxProjectDb_Sys_IsNetworkPath(path) ? L"delete" : L"wal";
+}
+
+int YxDb_Create(const SYxDbFlavour& flavour, const wchar_t* path) {
+    if (!path || !*path) return YXPDB_E_GENERIC;
+
+    if (flavour.bProjectFolder) {
+        const CYxStringW native = YxFs_Native(path);
+        const long long slash = native.ReverseFind(L'/');
+        const CYxStringW folder = slash >= 0 ? native.Left(static_cast<std::size_t>(slash + 1)) : CYxStringW();
+        const CYxStringW projects = folder + YxProjectDb_Db_ProjectFolderName(path);
+        if (YxFs_CreateDirectories(projects) != 0)
+            YX_DIAG_WARN(L"Cannot create the project folder %s", projects);
+    }
+
+    const CYxStringW journal = YxDb_DefaultJournalMode(path);
+    const wchar_t* synchronous = L"normal";
+
+    sqlite3* db = nullptr;
+    CYxStringW error;
+    int rc = YxSqlite_Open(path, &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, &error);
+    if (rc != SQLITE_OK) {
+        YX_DIAG_WARN(L"Cannot create %s: %s", path, error);
+        return rc;
+    }
+
+    CYxStringW setup;
+    setup += L"PRAGMA legacy_file_format=0;PRAGMA recursive_triggers=1;PRAGMA foreign_keys=1;";
+    setup += L"PRAGMA page_size=4096;";
+    setup.AppendFormat(L"PRAGMA journal_mode=%s;", journal);
+    setup.AppendFormat(L"PRAGMA synchronous=%s;", synchronous);
+    setup += L"BEGIN TRANSACTION;";
+    rc = YxSqlite_Execute(db, setup, &error, true);
+    if (rc != SQLITE_OK) {
+        YxSqlite_Close(db);
+        return rc;
+    }
+
+    CYxStringW script;
+    for (int i = 0; i < flavour.nTables; ++i) script += YxSqlite_CreateTableWithIndexesSqlCommand(*flavour.ppTables[i]);
+    rc = YxSqlite_Execute(db, script, &error, true);
+
+    if (rc == SQLITE_OK) {
+        CYxStringW rows;
+        rows.AppendFormat(L"INSERT INTO %s (%s, %s) VALUES ('%s', %I64d);", flavour.wszVersionTable, L"wszName",
+                          L"iVersion", L"main", flavour.iMainVersion);
+        if (flavour.bSilentVersion)
+            rows.AppendFormat(L"INSERT INTO %s (%s, %s) VALUES ('%s', %d);", flavour.wszVersionTable, L"wszName",
+                              L"iVersion", L"silent", 1);
+        rows.AppendFormat(L"INSERT INTO %s (%s, %s, %s) VALUES ('%s', '%s', '%s');", L"settings", L"wszName",
+                          L"wszType", L"varValue", L"journal_mode", L"stringw", journal);
+        rows.AppendFormat(L"INSERT INTO %s (%s, %s, %s) VALUES ('%s', '%s', '%s');", L"settings", L"wszName",
+                          L"wszType", L"varValue", L"synchronous", L"stringw", synchronous);
+        rows.AppendFormat(L"INSERT INTO %s (%s, %s, %s) VALUES ('%s', '%s', %d);", L"settings", L"wszName",
+                          L"wszType", L"varValue", L"folderformat", L"int32",
+                          static_cast<int>(YX_PROJECTDB_FOLDERFORMAT_CURRENT));
+        if (flavour.bIdentity)
+            rows.AppendFormat(L"INSERT INTO dbinfo(wszName,wszUuid) VALUES('dbuuid','%s');",
+                              YxProjectDb_Sys_UuidAsText());
+        rc = YxSqlite_Execute(db, rows, &error, true);
+    }
+    if (rc != SQLITE_OK) {
+        YX_DIAG_WARN(L"Creating the %s database %s failed: %s", flavour.wszKind, path, error);
+        YxSqlite_Execute(db, L"ROLLBACK TRANSACTION;", nullptr, false);
+        YxSqlite_Close(db);
+        return rc;
+    }
+    rc = YxSqlite_Execute(db, L"COMMIT TRANSACTION;", &error, true);
+    YxSqlite_Close(db);
+    return rc;
+}
+
+int YxProjectDb_Db_Jobs_Create(const wchar_t* path) { return YxDb_Create(YxDb_JobsFlavour(), path); }
+
+int YxProjectDb_Db_Vasq_Create(const wchar_t* path) { return YxDb_Create(YxDb_AppFlavour(), path); }
