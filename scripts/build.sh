@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Configures and builds the project into BUILD_DIR (default: build).
+# Configures and builds the project into BUILD_DIR (default: build);
+# arguments name targets (default: all).
 # Set GNR_SANITIZE=ON for the AddressSanitizer + UBSan build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -13,4 +14,9 @@ if command -v ccache >/dev/null 2>&1; then
     LAUNCHER=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 fi
 cmake -S . -B "$BUILD_DIR" -G Ninja -DGNR_SANITIZE="$SANITIZE" "${LAUNCHER[@]}" >/dev/null
-cmake --build "$BUILD_DIR" -j "$(nproc)" "$@"
+# Arguments name the targets to build; none builds everything.
+if [ $# -gt 0 ]; then
+    cmake --build "$BUILD_DIR" -j "$(nproc)" --target "$@"
+else
+    cmake --build "$BUILD_DIR" -j "$(nproc)"
+fi
