@@ -39,7 +39,7 @@ int YxProjectDb_Db_SetOptInt32(YxProjectDbHandle handle, const wchar_t* name, in
     sqlite3* db = Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     // The write's own outcome is deliberately not reported.
-    YxSqlite_Execute(db,
+    YxSqlite_ExecuteSingle(db,
                      CYxStringW::Format(L"INSERT OR REPLACE INTO %s (%s, %s, %s) VALUES ('%s', '%s', %d);\n",
                                         L"settings", L"wszName", L"wszType", L"varValue", name, L"int32", value),
                      nullptr, true);
@@ -53,14 +53,14 @@ int YxProjectDb_Db_SetOptStr(YxProjectDbHandle handle, const wchar_t* name, cons
     CYxStringW v(value);
     int rc = SQLITE_OK;
     if (n.EqualsNoCase(L"journal_mode"))
-        rc = YxSqlite_Execute(db, CYxStringW::Format(L"PRAGMA journal_mode=%s;", v), nullptr, true);
+        rc = YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"PRAGMA journal_mode=%s;", v), nullptr, true);
     else if (n.EqualsNoCase(L"synchronous"))
-        rc = YxSqlite_Execute(db, CYxStringW::Format(L"PRAGMA synchronous=%s;", v), nullptr, true);
+        rc = YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"PRAGMA synchronous=%s;", v), nullptr, true);
     if (rc != SQLITE_OK) return rc;
     if (n == L"categories" && v == YX_GetTranslation("gnr_projectdb/cyxprojectdb", L"Default")) v.Empty();
     // A value holding a single quote breaks this statement; that failure is
     // not reported, as for every option write.
-    YxSqlite_Execute(db,
+    YxSqlite_ExecuteSingle(db,
                      CYxStringW::Format(L"INSERT OR REPLACE INTO %s (%s, %s, %s) VALUES ('%s', '%s', '%s');\n",
                                         L"settings", L"wszName", L"wszType", L"varValue", n, L"stringw", v),
                      nullptr, false);

@@ -158,6 +158,47 @@ int YxSqlite_Execute(sqlite3* db, const wchar_t* script, CYxStringW* error, bool
     return RunScript(db, YxUtf8FromWide(std::wstring_view(script ? script : L"")), error, report, false);
 }
 
+int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStringW* error, bool report) {
+    if (!db) {
+        if (error) *error = L"no connection";
+        return SQLITE_MISUSE;
+    }
+    const std::string text = YxUtf8FromWide(std::wstring_view(statement ? statement : L""));
+    sqlite3_stmt* stmt = nullptr;
+    const char* tail = nullptr;
+    int rc = sqlite3_prepare_v2(db, text.c_str(), -1, &stmt, &tail);
+    if (rc == SQLITE_OK) {
+        // Anything that would prepare into a further statement is refused.
+        sqlite3_stmt* extra = nullptr;
+        while (tail && *tail && rc == SQLITE_OK) {
+            const char* next = nullptr;
+            rc = sqlite3_prepare_v2(db, tail, -1, &extra, &next);
+            if (extra) {
+                sqlite3_finalize(extra);
+                extra = nullptr;
+                rc = SQLITE_ERROR;
+                if (error) *error = L"more than one statement";
+                break;
+            }
+            if (next == tail) break;
+            tail = next;
+        }
+    }
+    if (rc == SQLITE_OK && stmt) {
+        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        }
+        if (rc == SQLITE_DONE) rc = SQLITE_OK;
+    }
+    if (rc != SQLITE_OK) {
+        if (error && error->IsEmpty()) SetError(error, db, rc);
+        if (report) YX_DIAG_WARN(L"SQLite error %d (%s) in: %s", rc, CYxStringW::FromUtf8(sqlite3_errmsg(db)), statement);
+    } else if (error) {
+        error->Empty();
+    }
+    sqlite3_finalize(stmt);
+    return rc & 0xFF;
+}
+
 int YxSqlite_ExecuteBlocking(sqlite3* db, const wchar_t* script, CYxStringW* error) {
     return RunScript(db, YxUtf8FromWide(std::wstring_view(script ? script : L"")), error, true, true);
 }

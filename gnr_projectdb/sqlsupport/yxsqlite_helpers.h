@@ -34,6 +34,11 @@ GNR_API int YxSqlite_Close(sqlite3* db);
 // failure, returning its code. With report false nothing is written to the
 // diagnostic output.
 GNR_API int YxSqlite_Execute(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr, bool report = true);
+// Runs exactly one statement. Text after it (other than blanks, comments and
+// semicolons) makes the call fail with SQLITE_ERROR before anything runs, so
+// a value spliced into the statement can never smuggle in a second one.
+GNR_API int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStringW* error = nullptr,
+                                   bool report = true);
 // As YxSqlite_Execute, but a statement that meets a busy database is retried
 // every 30 ms for up to 60 s.
 GNR_API int YxSqlite_ExecuteBlocking(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr);
