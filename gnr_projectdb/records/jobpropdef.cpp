@@ -1,0 +1,165 @@
+// Property definitions of job programs and their enumeration values
+// (records_jobprogram.h).
+#include "gnr_projectdb/records_jobprogram.h"
+
+#include "gnr_projectdb/records/table_ops.h"
+
+using namespace yxrec;
+
+namespace {
+const SYxSqliteTableDef& kPropdef = YxJobsDef_jobpropdef;
+const SYxSqliteTableDef& kEnumvalue = YxJobsDef_jobpropenumvalue;
+
+CYxStringW PropdefSql(const wchar_t* verb) {
+    return CYxStringW::Format(L"%s INTO %s (%s, %s, %s, %s, %s, %s, %s) VALUES (?, ?, ?, ?, ?, ?, ?);", verb,
+                              L"jobpropdef", L"iJobprogramKeyRef", L"wszPropkey", L"dPropdefvalue", L"iPropdeftype",
+                              L"iPropdefvisibility", L"iPropdefflags", L"pDependencyExpression");
+}
+
+void BindPropdef(CYxSqliteCmd& cmd, std::int64_t programKey, const CYxStringW& propKey, double value,
+                 std::int32_t type, std::int32_t visibility, std::int32_t flags, const CYxByteArray& dependency) {
+    cmd.BindInt64(1, programKey);
+    cmd.Bind(2, propKey);
+    cmd.Bind(3, value);
+    cmd.BindInt32(4, type);
+    cmd.BindInt32(5, visibility);
+    cmd.BindInt32(6, flags);
+    cmd.Bind(7, dependency);
+}
+
+int DeleteWhere(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* column, std::int64_t key) {
+    return YxSqlite_Execute(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=%I64d", def.wszName, column, key));
+}
+}  // namespace
+
+int YxProjectDb_Jobpropdef_InsertOrUpdate(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
+                                          double defaultValue, std::int32_t type, std::int32_t visibility,
+                                          const std::vector<CYxStringW>& enumValues, std::int32_t flags,
+                                          const CYxByteArray* dependency, std::int64_t* key) {
+    if (key) *key = 0;
+    sqlite3* db = Db(handle);
+    if (!db) return YXPDB_E_NOCONNECTION;
+    CYxSqliteCmd cmd(db, PropdefSql(L"INSERT OR REPLACE"));
+    BindPropdef(cmd, programKey, CYxStringW(propKey), defaultValue, type, visibility, flags,
+                dependency ? *dependency : CYxByteArray());
+    std::int64_t rowid = 0;
+    cmd.Next(&rowid);
+    if (cmd.Result() != 0) return cmd.Result();
+    if (key) *key = rowid;
+    std::vector<SYxProjectDbRow_jobpropenumvalue> values;
+    for (const CYxStringW& v : enumValues) values.push_back(SYxProjectDbRow_jobpropenumvalue{0, rowid, v});
+    return YxProjectDb_Jobpropenumvalue_SetAll(handle, rowid, values);
+}
+
+int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t programKey,
+                                  std::vector<SYxProjectDbJobpropdefValues>& defs) {
+    sqlite3* db = Db(handle);
+    if (!db) return YXPDB_E_NOCONNECTION;
+    int rc = DeleteWhere(db, kPropdef, L"iJobprogramKeyRef", programKey);
+    if (rc != 0) return rc;
+    CYxSqliteTransaction tr(db, true, 30);
+    CYxSqliteCmd cmd(db, PropdefSql(L"INSERT"));
+    const CYxStringW head =
+        CYxStringW::Format(L"INSERT INTO %s (%s, %s) VALUES ", L"jobpropenumvalue", L"iJobpropdefKeyRef", L"wszPropenumvalue");
+    CYxStringW batch;
+    int count = 0;
+    auto flush = [&]() {
+        if (count == 0 && batch.IsEmpty()) return;
+        const int r = YxSqlite_Execute(db, head + batch);
+        if (rc == 0) rc = r;
+        batch.Empty();
+        count = 0;
+    };
+    for (SYxProjectDbJobpropdefValues& d : defs) {
+        BindPropdef(cmd, programKey, d.def.wszPropkey, d.def.dPropdefvalue, d.def.iPropdeftype,
+                    d.def.iPropdefvisibility, d.def.iPropdefflags, d.def.pDependencyExpression);
+        std::int64_t rowid = 0;
+        cmd.Next(&rowid);
+        const bool ok = cmd.LastStep() == 101 /* SQLITE_DONE */;
+        cmd.Reset();
+        d.def.iKey = ok ? rowid : 0;
+        d.def.iJobprogramKeyRef = programKey;
+        if (!ok) continue;
+        for (const CYxStringW& v : d.values) {
+            if (!batch.IsEmpty()) batch += L",";
+            batch.AppendFormat(L"(%I64d,'%s')", rowid, v);
+            // The counter is tested before it counts the value just added: a
+            // batch holds 102 values.
+            if (count > 100) flush();
+            else ++count;
+        }
+    }
+    flush();
+    if (rc == 0) rc = cmd.Result();
+    return rc;
+}
+
+int YxProjectDb_Jobpropdef_GetAll(YxProjectDbHandle handle, std::int64_t programKey,
+                                  std::vector<SYxProjectDbRow_jobpropdef>& rows) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", L"jobpropdef", L"iJobprogramKeyRef", programKey),
+                        rows);
+}
+
+int YxProjectDb_Jobpropdef_GetOne(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
+                                  SYxProjectDbRow_jobpropdef& row) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(handle,
+                       CYxStringW::Format(L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszPropkey",
+                                          propKey ? propKey : L""),
+                       row);
+}
+
+int YxProjectDb_Jobpropdef_GetIkey(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
+                                   std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    int status = 0;
+    const std::int64_t k =
+        ReadInt64(handle,
+                  CYxStringW::Format(L" SELECT iKey FROM %s WHERE %s=%I64d AND %s='%s' ", L"jobpropdef",
+                                     L"iJobprogramKeyRef", programKey, L"wszPropkey", propKey ? propKey : L""),
+                  &status);
+    if (key) *key = k;
+    return status;
+}
+
+int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey) {
+    return Execute(handle, CYxStringW::Format(L"DELETE FROM %s WHERE %s=%I64d AND %s='%s'", L"jobpropdef",
+                                              L"iJobprogramKeyRef", programKey, L"wszPropkey",
+                                              propKey ? propKey : L""));
+}
+
+int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t key) {
+    return DeleteKey(handle, kPropdef, key);
+}
+
+int YxProjectDb_Jobpropenumvalue_GetAll(YxProjectDbHandle handle, std::int64_t propdefKey,
+                                        std::vector<SYxProjectDbRow_jobpropenumvalue>& rows) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(handle,
+                        CYxStringW::Format(L"%s.%s=%I64d ORDER BY %s.%s", L"jobpropenumvalue", L"iJobpropdefKeyRef",
+                                           propdefKey, L"jobpropenumvalue", L"iKey"),
+                        rows);
+}
+
+int YxProjectDb_Jobpropenumvalue_InsertOrIgnore(YxProjectDbHandle handle, std::int64_t propdefKey,
+                                                const wchar_t* value, std::int64_t* key) {
+    SYxProjectDbRow_jobpropenumvalue row{0, propdefKey, CYxStringW(value)};
+    return Insert(handle, row, key, L"OR IGNORE", eStampNone);
+}
+
+int YxProjectDb_Jobpropenumvalue_SetAll(YxProjectDbHandle handle, std::int64_t propdefKey,
+                                        std::vector<SYxProjectDbRow_jobpropenumvalue>& rows) {
+    sqlite3* db = Db(handle);
+    if (!db) return YXPDB_E_NOCONNECTION;
+    int rc = DeleteWhere(db, kEnumvalue, L"iJobpropdefKeyRef", propdefKey);
+    if (rc != 0) return rc;
+    if (rows.empty()) return 0;
+    CYxSqliteTransaction tr(db, true, 30);
+    CYxSqliteInsert ins(db, kEnumvalue);
+    for (SYxProjectDbRow_jobpropenumvalue& r : rows) {
+        r.iJobpropdefKeyRef = propdefKey;
+        r.iKey = ins.Row(propdefKey, r.wszPropenumvalue);
+    }
+    return ins.Result();
+}
