@@ -17,7 +17,8 @@
 // lives in the attached schema on purpose: once main has a real `version`
 // table (after the application database renames `vesion`), unqualified
 // `version` reaches that table and the bridge is no longer used. A TEMP view
-// would shadow it.
+// would shadow it. The view cannot see main's rows, so the bump must write
+// the new version as a value ("SET iVersion=7"), as every step does.
 #include "gnr_projectdb/upgrades/upgrade_connection.h"
 
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"

@@ -39,6 +39,11 @@ const wchar_t* PhaseText(EYxUpgradeRunKind kind, int phase) {
     return phase < 3 ? kCleanupPhases[phase] : nullptr;
 }
 
+void ShowCancelled(CYxProgressDialog* dialog, EYxUpgradeRunKind kind) {
+    dialog->SetText(Tr(kind == eYxUpgradeRunUpgrade ? L"Upgrade was Canceled! Rolling back..."
+                                                    : L"Cleanup was Canceled! Rolling back..."));
+}
+
 // Registered on the dialog with the dialog itself as context. Asks once; a
 // Yes sets the abort flag, which the worker's progress handler turns into
 // an interrupt of the running statement.
@@ -90,14 +95,15 @@ int YxProjectDb_Upgrade_RunWithDialog(const wchar_t* path, CYxProgressDialog* di
                 shownPhase = current;
             }
         } else if (!cancelShown) {
-            dialog->SetText(Tr(kind == eYxUpgradeRunUpgrade ? L"Upgrade was Canceled! Rolling back..."
-                                                            : L"Cleanup was Canceled! Rolling back..."));
+            ShowCancelled(dialog, kind);
             cancelShown = true;
         }
         dialog->ProcessMessages();
         dialog->SetPos(static_cast<int>(YX_GetTimeCounter() - start) % 30);
     }
     thread.join();
+    // A rollback that ended before the next poll still tells the user once.
+    if (abort.load() != 0 && !cancelShown) ShowCancelled(dialog, kind);
 
     // The run is over: later cancel requests must not reach the next run.
     dialog->RegisterCancelCallback(nullptr, nullptr);
