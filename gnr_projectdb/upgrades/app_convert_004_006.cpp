@@ -98,6 +98,7 @@ private:
             m_geometry.Column(4, g.dCalibration);
             g.bFound = true;
         }
+        m_geometry.Reset();  // an active statement would lock the tables against the drops
         return g;
     }
 
