@@ -19,6 +19,7 @@ class CYxTestDb {
 public:
     explicit CYxTestDb(const std::string& path, bool forUpgrade = false) {
         sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE, nullptr);
+        Exec("PRAGMA synchronous=OFF;");
         if (forUpgrade) m_prepareStatus = YxProjectDb_Upgrade_PrepareConnection(m_db);
     }
     ~CYxTestDb() { sqlite3_close(m_db); }
