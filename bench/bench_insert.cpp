@@ -1,0 +1,291 @@
+// Bulk inserts of frames and frame properties: the library's InsertMany
+// against the raw SQLite C API (one prepared statement, one transaction) on
+// the same schema and file settings, for 100k and 1M rows.
+//
+// Each side works on its own database created by YxProjectDb_Db_Jobs_Create;
+// the library side is connected with YxProjectDb_Db_Jobs_Connect, the raw
+// side opens the same kind of file with the same pragmas. Every iteration
+// inserts into a new run, so the table grows the same way on both sides.
+//
+// Counters: rows_per_s; peak_rss_MiB (the process's peak resident set during
+// the insert, reset before it through /proc/self/clear_refs) and
+// extra_rss_MiB (that peak minus the resident set just before the insert,
+// i.e. what the insert itself needed beyond the caller's rows). At the end
+// the ratio library / raw is printed per table and row count.
+#include "framework/yxfilesystem.h"
+#include "gnr_projectdb/connection.h"
+#include "gnr_projectdb/db.h"
+#include "gnr_projectdb/records_frame.h"
+#include "gnr_projectdb/records_generic.h"
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
+#include <sys/resource.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// ---------------------------------------------------------------- memory
+
+long ReadStatusKb(const char* field) {
+    std::ifstream in("/proc/self/status");
+    std::string line;
+    const std::string key = std::string(field) + ":";
+    while (std::getline(in, line))
+        if (line.compare(0, key.size(), key) == 0) return std::atol(line.c_str() + key.size());
+    return 0;
+}
+
+// Resets the peak resident set (VmHWM) to the current one.
+void ResetPeakRss() {
+    std::ofstream out("/proc/self/clear_refs");
+    out << "5";
+}
+
+struct SMemory {
+    long beforeKb = 0;
+    void Start() {
+        ResetPeakRss();
+        beforeKb = ReadStatusKb("VmRSS");
+    }
+    void Report(benchmark::State& state) const {
+        const long peak = ReadStatusKb("VmHWM");
+        state.counters["peak_rss_MiB"] = peak / 1024.0;
+        state.counters["extra_rss_MiB"] = (peak - beforeKb) / 1024.0;
+    }
+};
+
+// ---------------------------------------------------------------- databases
+
+std::string TempFolder() {
+    static std::string folder = [] {
+        char templ[] = "/tmp/gnr_bench_XXXXXX";
+        const char* made = mkdtemp(templ);
+        return std::string(made ? made : "/tmp");
+    }();
+    return folder;
+}
+
+CYxStringW NewDatabase(const char* tag) {
+    static int counter = 0;
+    const std::string path = TempFolder() + "/" + tag + std::to_string(++counter) + ".gnrdb";
+    const CYxStringW wide = CYxStringW::FromUtf8(path);
+    if (YxProjectDb_Db_Jobs_Create(wide) != 0) {
+        std::fprintf(stderr, "cannot create %s\n", path.c_str());
+        std::exit(1);
+    }
+    return wide;
+}
+
+// The pragmas of a read-write connection of the library.
+sqlite3* OpenRaw(const CYxStringW& path) {
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(path.ToUtf8().c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_PRIVATECACHE, nullptr) !=
+        SQLITE_OK) {
+        std::fprintf(stderr, "cannot open %s\n", path.ToUtf8().c_str());
+        std::exit(1);
+    }
+    sqlite3_busy_timeout(db, 60000);
+    sqlite3_exec(db,
+                 "PRAGMA legacy_file_format=0;PRAGMA recursive_triggers=1;PRAGMA foreign_keys=1;"
+                 "PRAGMA journal_mode=wal;PRAGMA synchronous=normal;",
+                 nullptr, nullptr, nullptr);
+    return db;
+}
+
+// The parents every row points at, inserted through a library connection.
+struct SParents {
+    std::int64_t runKey = 0;
+    std::int64_t propdefKey = 0;
+};
+
+SParents AddParents(YxProjectDbHandle h, int serial) {
+    SParents p;
+    SYxProjectDbRow_jobrun run;
+    run.wszName = CYxStringW::Format(L"bench run %d", serial);
+    YxProjectDb_Row_Insert(h, run, &p.runKey);
+    SYxProjectDbRow_propdef def;
+    def.iType = 1;
+    def.wszFeatureName = CYxStringW::Format(L"feature %d", serial);
+    def.iOnEntity = 1;
+    YxProjectDb_Row_Insert(h, def, &p.propdefKey);
+    return p;
+}
+
+std::vector<SYxProjectDbRow_frame> MakeFrames(std::int64_t runKey, std::int64_t n) {
+    std::vector<SYxProjectDbRow_frame> rows(static_cast<std::size_t>(n));
+    for (std::int64_t i = 0; i < n; ++i)
+        rows[static_cast<std::size_t>(i)] = {0, runKey, 0, static_cast<std::int32_t>(i), 2460000.5 + i * 1e-6, 0,
+                                             static_cast<std::int32_t>(i % 64)};
+    return rows;
+}
+
+std::vector<SYxProjectDbRow_frameprop> MakeProps(std::int64_t runKey, std::int64_t propdefKey, std::int64_t n) {
+    std::vector<SYxProjectDbRow_frameprop> rows(static_cast<std::size_t>(n));
+    for (std::int64_t i = 0; i < n; ++i)
+        rows[static_cast<std::size_t>(i)] = {0, runKey, 0, propdefKey, static_cast<std::int32_t>(i), 0.5 * i};
+    return rows;
+}
+
+// ---------------------------------------------------------------- raw side
+
+void BindRef(sqlite3_stmt* s, int pos, std::int64_t key) {
+    if (key == 0) sqlite3_bind_null(s, pos);
+    else sqlite3_bind_int64(s, pos, key);
+}
+
+int RawInsertFrames(sqlite3* db, std::vector<SYxProjectDbRow_frame>& rows) {
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(db,
+                       "INSERT INTO frame (iJobrunKeyRef, iJobtaskKeyRef, iFrameIndex, dCTime, iFileKeyRef, "
+                       "iFileFrameIndex) VALUES (?, ?, ?, ?, ?, ?)",
+                       -1, &s, nullptr);
+    sqlite3_exec(db, "BEGIN TRANSACTION;", nullptr, nullptr, nullptr);
+    int rc = SQLITE_OK;
+    for (auto& r : rows) {
+        BindRef(s, 1, r.iJobrunKeyRef);
+        BindRef(s, 2, r.iJobtaskKeyRef);
+        sqlite3_bind_int(s, 3, r.iFrameIndex);
+        sqlite3_bind_double(s, 4, r.dCTime);
+        BindRef(s, 5, r.iFileKeyRef);
+        sqlite3_bind_int(s, 6, r.iFileFrameIndex);
+        const int step = sqlite3_step(s);
+        r.iKey = step == SQLITE_DONE ? sqlite3_last_insert_rowid(db) : 0;
+        if (step != SQLITE_DONE && rc == SQLITE_OK) rc = step;
+        sqlite3_reset(s);
+    }
+    sqlite3_exec(db, "COMMIT TRANSACTION;", nullptr, nullptr, nullptr);
+    sqlite3_finalize(s);
+    return rc;
+}
+
+int RawInsertProps(sqlite3* db, std::vector<SYxProjectDbRow_frameprop>& rows) {
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(db,
+                       "INSERT INTO frameprop (iJobrunKeyRef, iAssayrunKeyRef, iPropdefKeyRef, iFrameIndex, dValue) "
+                       "VALUES (?, ?, ?, ?, ?)",
+                       -1, &s, nullptr);
+    sqlite3_exec(db, "BEGIN TRANSACTION;", nullptr, nullptr, nullptr);
+    int rc = SQLITE_OK;
+    for (auto& r : rows) {
+        BindRef(s, 1, r.iJobrunKeyRef);
+        BindRef(s, 2, r.iAssayrunKeyRef);
+        BindRef(s, 3, r.iPropdefKeyRef);
+        sqlite3_bind_int(s, 4, r.iFrameIndex);
+        sqlite3_bind_double(s, 5, r.dValue);
+        const int step = sqlite3_step(s);
+        r.iKey = step == SQLITE_DONE ? sqlite3_last_insert_rowid(db) : 0;
+        if (step != SQLITE_DONE && rc == SQLITE_OK) rc = step;
+        sqlite3_reset(s);
+    }
+    sqlite3_exec(db, "COMMIT TRANSACTION;", nullptr, nullptr, nullptr);
+    sqlite3_finalize(s);
+    return rc;
+}
+
+// ---------------------------------------------------------------- benchmarks
+
+std::map<std::string, double> g_rates;  // "<table>/<rows>/<side>" -> rows per second
+
+enum ESide { eLibrary, eRaw };
+enum ETable { eFrame, eFrameprop };
+
+void BM_Insert(benchmark::State& state, ETable table, ESide side) {
+    const std::int64_t n = state.range(0);
+    const CYxStringW path = NewDatabase(side == eLibrary ? "lib" : "raw");
+    const YxProjectDbHandle h = YxProjectDb_Db_Jobs_Connect(path);
+    sqlite3* raw = side == eRaw ? OpenRaw(path) : nullptr;
+    int serial = 0;
+    double seconds = 0.0;
+    std::int64_t total = 0;
+    SMemory mem;
+    for (auto _ : state) {
+        state.PauseTiming();
+        const SParents parents = AddParents(h, ++serial);
+        std::vector<SYxProjectDbRow_frame> frames;
+        std::vector<SYxProjectDbRow_frameprop> props;
+        if (table == eFrame) frames = MakeFrames(parents.runKey, n);
+        else props = MakeProps(parents.runKey, parents.propdefKey, n);
+        mem.Start();
+        state.ResumeTiming();
+
+        const auto t0 = std::chrono::steady_clock::now();
+        int rc;
+        if (table == eFrame)
+            rc = side == eLibrary ? YxProjectDb_Frame_InsertMany(h, frames) : RawInsertFrames(raw, frames);
+        else
+            rc = side == eLibrary ? YxProjectDb_Frameprop_InsertMany(h, props) : RawInsertProps(raw, props);
+        seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+        total += n;
+
+        state.PauseTiming();
+        mem.Report(state);
+        const std::int64_t lastKey = table == eFrame ? frames.back().iKey : props.back().iKey;
+        if (rc != 0 || lastKey == 0) state.SkipWithError("insert failed");
+        state.ResumeTiming();
+    }
+    const double rate = seconds > 0 ? total / seconds : 0.0;
+    state.counters["rows_per_s"] = rate;
+    g_rates[std::string(table == eFrame ? "frame" : "frameprop") + "/" + std::to_string(n) + "/" +
+            (side == eLibrary ? "library" : "raw")] = rate;
+    if (raw) sqlite3_close(raw);
+    YxProjectDb_Db_Disconnect(h);
+    std::remove(path.ToUtf8().c_str());
+    std::remove((path.ToUtf8() + "-wal").c_str());
+    std::remove((path.ToUtf8() + "-shm").c_str());
+}
+
+void Register() {
+    const struct {
+        const char* name;
+        ETable table;
+        ESide side;
+    } cases[] = {{"Frame_InsertMany/library", eFrame, eLibrary},
+                 {"Frame_InsertMany/raw", eFrame, eRaw},
+                 {"Frameprop_InsertMany/library", eFrameprop, eLibrary},
+                 {"Frameprop_InsertMany/raw", eFrameprop, eRaw}};
+    for (std::int64_t n : {std::int64_t(100000), std::int64_t(1000000)})
+        for (const auto& c : cases)
+            benchmark::RegisterBenchmark(c.name, BM_Insert, c.table, c.side)
+                ->Arg(n)
+                ->Iterations(n >= 1000000 ? 2 : 6)
+                ->Unit(benchmark::kMillisecond)
+                ->UseRealTime();
+}
+
+void PrintRatios() {
+    std::printf("\nlibrary / raw (rows per second):\n");
+    for (const char* table : {"frame", "frameprop"})
+        for (const char* n : {"100000", "1000000"}) {
+            const std::string base = std::string(table) + "/" + n + "/";
+            const auto lib = g_rates.find(base + "library");
+            const auto raw = g_rates.find(base + "raw");
+            if (lib == g_rates.end() || raw == g_rates.end() || raw->second <= 0) continue;
+            std::printf("  %-10s %8s rows: library %10.0f/s  raw %10.0f/s  ratio %.3f\n", table, n, lib->second,
+                        raw->second, lib->second / raw->second);
+        }
+    struct rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    std::printf("process peak RSS (getrusage): %.1f MiB\n", usage.ru_maxrss / 1024.0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Register();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    PrintRatios();
+    return 0;
+}
