@@ -65,7 +65,7 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
     int count = 0;
     auto flush = [&]() {
         if (count == 0 && batch.IsEmpty()) return;
-        const int r = YxSqlite_Execute(db, head + batch);
+        const int r = YxSqlite_ExecuteSingle(db, head + batch);
         if (rc == 0) rc = r;
         batch.Empty();
         count = 0;

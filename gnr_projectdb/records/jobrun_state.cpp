@@ -66,9 +66,9 @@ int YxProjectDb_JobrunState_SetState(sqlite3* db, std::int64_t runKey, const wch
                                runKey),
         &error);
     if (error == SQLITE_DONE)
-        return YxSqlite_Execute(db, CYxStringW::Format(L"INSERT INTO %s(%s,%s) VALUES(%I64d,'%s');", L"jobrunstate",
+        return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"INSERT INTO %s(%s,%s) VALUES(%I64d,'%s');", L"jobrunstate",
                                                        L"iJobrunKeyRef", L"wszState", runKey, state ? state : L""));
     if (error != 0) return error;
-    return YxSqlite_Execute(db, CYxStringW::Format(L"UPDATE %s SET %s='%s' WHERE iKey=%I64d;", L"jobrunstate",
+    return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"UPDATE %s SET %s='%s' WHERE iKey=%I64d;", L"jobrunstate",
                                                    L"wszState", state ? state : L"", key));
 }

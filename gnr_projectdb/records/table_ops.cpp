@@ -86,7 +86,7 @@ int DeleteManyByUuid(YxProjectDbHandle handle, const SYxSqliteTableDef& def, con
     if (!uuids || uuids->empty()) return 0;
     CYxStringW list;
     for (const CYxStringW& u : *uuids) list.AppendFormat(L", '%s'", u);
-    return YxSqlite_Execute(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s IN ('kvuli_carce' %s)", def.wszName,
+    return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s IN ('kvuli_carce' %s)", def.wszName,
                                                    L"wszUuid", list));
 }
 

@@ -157,3 +157,13 @@ TEST_F(CYxRecordsTest, UpdateAndDeleteThroughTheGenericFamily) {
     EXPECT_EQ(0, YxProjectDb_Row_Delete(m_h, g.iKey, &g));
     EXPECT_EQ(0, Count(L"graphsettings"));
 }
+
+TEST_F(CYxRecordsTest, SplicedTextsCannotRunASecondStatement) {
+    std::int64_t key = 0;
+    ASSERT_EQ(0, YxProjectDb_Jobdef_Insert(m_h, 0, 0, 0, L"u1", L"n", L"d", 0, 1.0, 1.0, nullptr, &key));
+    // A crafted uuid closes the list and appends a statement of its own.
+    std::vector<CYxStringW> uuids = {L"u1') ; DROP TABLE frame; --"};
+    EXPECT_NE(0, YxProjectDb_Jobdef_DeleteMany(m_h, &uuids));
+    EXPECT_EQ(1, Count(L"jobdef"));
+    EXPECT_TRUE(YxProjectDb_Db_HasTable(m_h, L"frame"));
+}
