@@ -43,10 +43,14 @@ YxProjectDbHandle Connect() { return CYxProjectDbConnectionManager::GetInstance(
     YxProjectDb_Db_Disconnect(h2);
     YxProjectDb_Db_Disconnect(h1);
     reg.Delete(0);  // ignored: 0 never enters the reuse list
-    check("reuse oldest release", Connect(), 2);
-    check("reuse next release", Connect(), 1);
-    check("then count on", Connect(), 4);
+    const YxProjectDbHandle h4 = Connect(), h5 = Connect(), h6 = Connect();
+    check("reuse oldest release", h4, 2);
+    check("reuse next release", h5, 1);
+    check("then count on", h6, 4);
     check("live handles", reg.Count(), 4);
+    // Closed before the exit, so that a leak checker has nothing to report.
+    for (YxProjectDbHandle h : {h3, h4, h5, h6}) YxProjectDb_Db_Disconnect(h);
+    check("live handles at the end", reg.Count(), 0);
     std::exit(0);
 }
 
