@@ -249,3 +249,25 @@ TEST_F(DbFiles, ApplicationDatabaseFollowsTheSameSteps) {
 }
 
 }  // namespace
+
+namespace {
+TEST(DbContent, CreateWithUpgradesAddsCatalogVersionsAndDefaults) {
+    CYxTempDir dir;
+    const CYxStringW a = dir.File("a.db"), b = dir.File("b.db");
+    ASSERT_EQ(0, YxProjectDb_Db_Jobs_CreateWithUpgrades(a));
+    ASSERT_EQ(0, YxProjectDb_Db_Jobs_CreateWithUpgrades(b));
+    EXPECT_EQ(-9, YxProjectDb_Db_Jobs_CreateWithUpgrades(a));  // exists already
+    EXPECT_EQ((std::vector<std::string>{"main|136", "silent|1", "plate|1", "dish|1"}),
+              YxTest_Query(dir.FileUtf8("a.db"), "SELECT wszName, iVersion FROM vesion ORDER BY iKey"));
+    YxProjectDbHandle ha = YxProjectDb_Db_Jobs_Connect(a), hb = YxProjectDb_Db_Jobs_Connect(b);
+    ASSERT_NE(0u, ha);
+    ASSERT_NE(0u, hb);
+    EXPECT_EQ(0, YxProjectDb_CompareVesions(ha, hb));
+    EXPECT_EQ(0, YxProjectDb_Db_GetOptInt32(ha, L"sortorder"));
+    EXPECT_EQ(std::vector<std::string>{"1"},
+              YxTest_QueryDb(CYxProjectDbConnectionManager::GetConnection(ha),
+                             "SELECT count(*) FROM settings WHERE wszName='categories'"));
+    YxProjectDb_Db_Disconnect(ha);
+    YxProjectDb_Db_Disconnect(hb);
+}
+}  // namespace

@@ -49,7 +49,9 @@ enum { YX_PROJECTDB_FOLDERFORMAT_CURRENT = 1 };
 // -1 for an empty path; an SQLite code when the file cannot be made (the
 // transaction is rolled back); 0 on success.
 GNR_API int YxProjectDb_Db_Jobs_Create(const wchar_t* path);
-// Creates, connects, runs the built-in content steps, disconnects. 0 or -9.
+// Creates, connects, adds the built-in content (the "plate" and "dish"
+// catalog version rows and the default display options), disconnects.
+// 0, or -9 when any of it fails (an existing file is left as it was).
 GNR_API int YxProjectDb_Db_Jobs_CreateWithUpgrades(const wchar_t* path);
 // Opens for reading and writing: 0 for an empty path, a read-only file, or a
 // failed open. Never upgrades.
