@@ -47,6 +47,14 @@ TEST(JobsHistory, EndsAtTheCurrentSchemaWithoutTheAlignmentMatrices) {
     auto got = YxMigrationFixture_Schema(history.Get(), true);
     const auto wanted = YxMigrationFixture_Schema(fresh.Get(), true);
     ASSERT_EQ(wanted.size(), got.size());
+    // The description carries collations, references with their actions,
+    // defaults, unique groups and indexes.
+    EXPECT_NE(std::string::npos, wanted.at("tagdef").find("|wszName|TEXT|0||0 collate NOCASE\n"));
+    EXPECT_NE(std::string::npos,
+              wanted.at("jobtask").find("reference iJobtaskKeyRef|jobtask|iKey|CASCADE|CASCADE|NONE"));
+    EXPECT_NE(std::string::npos, wanted.at("wellplatename").find("|wszCompany|TEXT|0|'Unknown'|0 collate NOCASE"));
+    EXPECT_NE(std::string::npos, wanted.at("frame").find("unique (iJobrunKeyRef,iFrameIndex) 1|u|0"));
+    EXPECT_NE(std::string::npos, wanted.at("frame").find("index idx_frame_iJobrunKeyRef (iJobrunKeyRef) 0|c|0"));
     for (const auto& t : wanted) {
         std::string want = t.second;
         // The main chain never adds the alignment matrices; the silent step does.
