@@ -11,8 +11,44 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
+
+// A temporary folder for the many small files of the migration suites, in
+// memory-backed storage when the system has it (the upgrades commit and
+// compact every file; on a busy disk that waiting dominates), removed at the
+// end of the scope.
+class CYxMigrationDir {
+public:
+    CYxMigrationDir() {
+        std::error_code ec;
+        const std::filesystem::path shm("/dev/shm");
+        const std::filesystem::path base =
+            std::filesystem::is_directory(shm, ec) ? shm : std::filesystem::temp_directory_path();
+        std::string tmpl = (base / "gnrpdb-mig-XXXXXX").string();
+        m_path = mkdtemp(tmpl.data()) ? tmpl : CYxTempDirFallback();
+    }
+    ~CYxMigrationDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(m_path, ec);
+    }
+    CYxMigrationDir(const CYxMigrationDir&) = delete;
+    CYxMigrationDir& operator=(const CYxMigrationDir&) = delete;
+
+    std::string FileUtf8(const char* name) const { return m_path + "/" + name; }
+    CYxStringW File(const char* name) const { return CYxStringW::FromUtf8(FileUtf8(name)); }
+
+private:
+    std::string CYxTempDirFallback() {
+        m_fallback = std::make_unique<CYxTempDir>();
+        return m_fallback->Path();
+    }
+    std::unique_ptr<CYxTempDir> m_fallback;
+    std::string m_path;
+};
 
 // An open connection that is closed at the end of the scope.
 class CYxTestDb {

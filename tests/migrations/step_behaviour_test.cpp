@@ -18,7 +18,7 @@ protected:
     static bool HasIndex(const CYxTestDb& db, const std::string& name) {
         return db.One("SELECT count(*) FROM sqlite_master WHERE type='index' AND name='" + name + "';") == "1";
     }
-    CYxTempDir m_dir;
+    CYxMigrationDir m_dir;
 };
 
 TEST_F(StepBehaviour, FourteenJumpsToSixteenAndContinuesWithoutFifteen) {

@@ -13,7 +13,7 @@ class StepMatchesHistory : public ::testing::TestWithParam<int> {};
 
 TEST_P(StepMatchesHistory, ProducesTheTablesOfItsTargetVersion) {
     const int from = GetParam();
-    CYxTempDir dir;
+    CYxMigrationDir dir;
     const std::string path = dir.FileUtf8("step.db"), expected = dir.FileUtf8("expected.db");
     std::string error;
     ASSERT_EQ(0, YxMigrationFixture_CreateFile(path, from, {}, &error)) << error;
@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(EveryStep, StepMatchesHistory, ::testing::ValuesIn(YxTe
 
 // A file built from the history at 136 is a database as the schema creates it.
 TEST(JobsHistory, EndsAtTheCurrentSchemaWithoutTheAlignmentMatrices) {
-    CYxTempDir dir;
+    CYxMigrationDir dir;
     const std::string fromHistory = dir.FileUtf8("history.db");
     ASSERT_EQ(0, YxMigrationFixture_CreateFile(fromHistory, 136));
     ASSERT_EQ(0, YxProjectDb_Db_Jobs_Create(dir.File("fresh.db")));

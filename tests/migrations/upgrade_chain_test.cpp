@@ -52,7 +52,7 @@ std::map<std::string, std::vector<std::string>> ReadRows(const CYxTestDb& db,
 class UpgradeChain : public ::testing::TestWithParam<int> {
 protected:
     static void SetUpTestSuite() {
-        s_dir = new CYxTempDir;
+        s_dir = new CYxMigrationDir;
         ASSERT_EQ(0, YxProjectDb_Db_Jobs_Create(s_dir->File("fresh.db")));
         CYxTestDb fresh(s_dir->FileUtf8("fresh.db"));
         s_fresh = new std::map<std::string, std::string>(YxMigrationFixture_Schema(fresh.Get(), true));
@@ -63,15 +63,15 @@ protected:
         s_fresh = nullptr;
         s_dir = nullptr;
     }
-    static CYxTempDir* s_dir;
+    static CYxMigrationDir* s_dir;
     static std::map<std::string, std::string>* s_fresh;
 };
-CYxTempDir* UpgradeChain::s_dir = nullptr;
+CYxMigrationDir* UpgradeChain::s_dir = nullptr;
 std::map<std::string, std::string>* UpgradeChain::s_fresh = nullptr;
 
 TEST_P(UpgradeChain, EndsAsAFreshDatabaseWithItsRows) {
     const int from = GetParam();
-    CYxTempDir dir;
+    CYxMigrationDir dir;
     const std::string path = dir.FileUtf8("old.db");
     std::string error;
     ASSERT_EQ(0, YxMigrationFixture_CreateFile(path, from, {}, &error)) << error;
