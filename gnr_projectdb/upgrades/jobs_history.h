@@ -29,7 +29,7 @@ enum {
 };
 
 // The definition of a table as it was at `version`, or null when the table
-// did not exist then. Versions without a step of their own (15, 49 to 59,
+// did not exist then. Versions that no step writes (15, 49 to 59,
 // 80 to 99) answer with the definition in force before them.
 const SYxSqliteTableDef* YxJobsHistory_Def(const wchar_t* table, int version);
 
