@@ -178,13 +178,14 @@ CYxStringW YxSqlite_GetAllDefsAsXml(int version, const SYxSqliteTableDef* const*
         }
         if (def->apUnique[0]) {
             x.AppendFormat(L"    <unique conflict=\"%s\">\n", XmlEscape(def->wszUniqueConflict));
-            for (int i = 0; def->apUnique[i]; ++i) x.AppendFormat(L"      <column name=\"%s\"/>\n", def->apUnique[i]);
+            for (int i = 0; def->apUnique[i]; ++i)
+                x.AppendFormat(L"      <column name=\"%s\"/>\n", XmlEscape(def->apUnique[i]));
             x += L"    </unique>\n";
         }
         for (const auto* group : {def->apIndex1, def->apIndex2}) {
             if (!group[0]) continue;
-            x.AppendFormat(L"    <index name=\"%s\">\n", GroupIndexName(def->wszName, group));
-            for (int i = 0; group[i]; ++i) x.AppendFormat(L"      <column name=\"%s\"/>\n", group[i]);
+            x.AppendFormat(L"    <index name=\"%s\">\n", XmlEscape(GroupIndexName(def->wszName, group)));
+            for (int i = 0; group[i]; ++i) x.AppendFormat(L"      <column name=\"%s\"/>\n", XmlEscape(group[i]));
             x += L"    </index>\n";
         }
         x += L"  </table>\n";

@@ -39,6 +39,15 @@ CYxTestProcess::~CYxTestProcess() {
 }
 
 bool CYxTestProcess::Start(const std::string& program, const std::vector<std::string>& args) {
+    if (m_pid > 0) {  // a second start ends the first child
+        Kill();
+        Wait();
+    }
+    if (m_out >= 0) {
+        close(m_out);
+        m_out = -1;
+    }
+    m_buffer.clear();
     int fds[2];
     if (pipe(fds) != 0) return false;
     pid_t pid = fork();
