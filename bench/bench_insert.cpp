@@ -8,9 +8,10 @@
 // inserts into a new run, so the table grows the same way on both sides.
 //
 // Counters: rows_per_s; peak_rss_MiB (the process's peak resident set during
-// the insert, reset before it through /proc/self/clear_refs) and
-// extra_rss_MiB (that peak minus the resident set just before the insert,
-// i.e. what the insert itself needed beyond the caller's rows). At the end
+// an insert, reset before it through /proc/self/clear_refs); extra_rss_MiB
+// (that peak minus the resident set just before the insert, i.e. what the
+// insert itself needed beyond the caller's rows), both the largest over the
+// iterations; rows_MiB (the size of the caller's row vector). At the end
 // the ratio library / raw is printed per table and row count.
 #include "framework/yxfilesystem.h"
 #include "gnr_projectdb/connection.h"
@@ -51,16 +52,24 @@ void ResetPeakRss() {
     out << "5";
 }
 
+// Peak and extra resident set, the largest over the iterations.
 struct SMemory {
     long beforeKb = 0;
+    long peakKb = 0;
+    long extraKb = 0;
     void Start() {
         ResetPeakRss();
         beforeKb = ReadStatusKb("VmRSS");
     }
-    void Report(benchmark::State& state) const {
+    void Stop() {
         const long peak = ReadStatusKb("VmHWM");
-        state.counters["peak_rss_MiB"] = peak / 1024.0;
-        state.counters["extra_rss_MiB"] = (peak - beforeKb) / 1024.0;
+        if (peak > peakKb) peakKb = peak;
+        if (peak - beforeKb > extraKb) extraKb = peak - beforeKb;
+    }
+    void Report(benchmark::State& state, double inputBytes) const {
+        state.counters["peak_rss_MiB"] = peakKb / 1024.0;
+        state.counters["extra_rss_MiB"] = extraKb / 1024.0;
+        state.counters["rows_MiB"] = inputBytes / (1024.0 * 1024.0);
     }
 };
 
@@ -228,11 +237,13 @@ void BM_Insert(benchmark::State& state, ETable table, ESide side) {
         total += n;
 
         state.PauseTiming();
-        mem.Report(state);
+        mem.Stop();
         const std::int64_t lastKey = table == eFrame ? frames.back().iKey : props.back().iKey;
         if (rc != 0 || lastKey == 0) state.SkipWithError("insert failed");
         state.ResumeTiming();
     }
+    mem.Report(state, static_cast<double>(n) * (table == eFrame ? sizeof(SYxProjectDbRow_frame)
+                                                                 : sizeof(SYxProjectDbRow_frameprop)));
     const double rate = seconds > 0 ? total / seconds : 0.0;
     state.counters["rows_per_s"] = rate;
     g_rates[std::string(table == eFrame ? "frame" : "frameprop") + "/" + std::to_string(n) + "/" +

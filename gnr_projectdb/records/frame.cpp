@@ -14,6 +14,7 @@ const SYxSqliteTableDef& kFrame = YxJobsDef_frame;
 int InsertFrame(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t jobtaskKey,
                 std::int32_t frameIndex, double cTime, std::int64_t fileKey, std::int32_t fileFrameIndex,
                 std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_frame row{0, jobrunKey, jobtaskKey, frameIndex, cTime, fileKey, fileFrameIndex};
     return Insert(handle, row, key, clause, eStampNone);
 }

@@ -18,6 +18,7 @@ int HolderGetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, std::vector<
 template <class Row>
 int HolderInsert(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t holderKey,
                  std::int32_t frameIndex, std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     Row row{0, jobrunKey, holderKey, frameIndex};
     return Insert(handle, row, key, clause, eStampNone);
 }

@@ -12,6 +12,7 @@ const wchar_t kTrigger[] = L"framepropConstraitTrigger";
 
 int InsertProp(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t assayrunKey,
                std::int64_t propdefKey, std::int32_t frameIndex, double value, std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_frameprop row{0, jobrunKey, assayrunKey, propdefKey, frameIndex, value};
     return Insert(handle, row, key, clause, eStampNone);
 }

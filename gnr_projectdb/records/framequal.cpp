@@ -11,6 +11,7 @@ const SYxSqliteTableDef& kQual = YxJobsDef_framequal;
 
 int InsertQual(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int32_t frameIndex,
                std::int64_t qualdefKey, std::int64_t qualstrKey, std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_framequal row{0, jobrunKey, frameIndex, qualdefKey, qualstrKey};
     return Insert(handle, row, key, clause, eStampNone);
 }

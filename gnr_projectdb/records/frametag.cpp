@@ -17,6 +17,7 @@ int YxProjectDb_Frametag_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKe
 
 int YxProjectDb_Frametag_Insert(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t tagdefKey,
                                 std::int32_t frameIndex, std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_frametag row{0, jobrunKey, tagdefKey, frameIndex};
     return Insert(handle, row, key, nullptr, eStampNone);
 }

@@ -10,6 +10,7 @@ const SYxSqliteTableDef& kIndex = YxJobsDef_loopindex;
 
 int InsertIndex(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int32_t frameIndex,
                 std::int64_t runloopKey, std::int32_t loopIndex, std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_loopindex row{0, jobrunKey, frameIndex, runloopKey, loopIndex};
     return Insert(handle, row, key, clause, eStampNone);
 }

@@ -20,6 +20,7 @@ std::int64_t YxProjectDb_Runloop_Find(YxProjectDbHandle handle, std::int64_t job
 
 int YxProjectDb_Runloop_Insert(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t jobtaskKey,
                                std::int32_t order, std::int32_t nestLevel, std::int32_t loopType, std::int64_t* key) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_runloop row{0, jobrunKey, jobtaskKey, order, nestLevel, loopType};
     return Insert(handle, row, key, nullptr, eStampNone);
 }

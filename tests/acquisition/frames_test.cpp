@@ -59,6 +59,11 @@ TEST_F(Frames, ConflictClausesOfSingleInserts) {
     EXPECT_EQ(0, YxProjectDb_Frame_GetCount(h, runKey, count));
     EXPECT_EQ(1, count);
     EXPECT_EQ(0, YxProjectDb_Frame_Update(h, key, runKey, 0, 5, 6.0, 0, 2));
+    // An unknown handle leaves the key out-argument alone.
+    std::int64_t untouched = 55;
+    EXPECT_EQ(YXPDB_E_NOCONNECTION, YxProjectDb_Frame_Insert(kNoHandle, runKey, taskKey, 9, 1.0, 0, 0, &untouched));
+    EXPECT_EQ(YXPDB_E_NOCONNECTION, YxProjectDb_Frametag_Insert(kNoHandle, runKey, 0, 9, &untouched));
+    EXPECT_EQ(55, untouched);
     EXPECT_EQ("NULL|5|6.0|2", AcqOne(h, "SELECT iJobtaskKeyRef, iFrameIndex, dCTime, iFileFrameIndex FROM frame"));
 }
 

@@ -10,8 +10,9 @@
 // run ...).
 //
 // Statuses: 0 on success; -9 when the handle names no open connection
-// (nothing read or written, key out-arguments untouched); otherwise the
-// SQLite result code of the failed statement. A single insert that fails sets
+// (nothing read or written; an insert's key out-argument is set to 0, other
+// out-arguments are untouched); otherwise the SQLite result code of the
+// failed statement. A single insert that fails sets
 // its key out-argument to 0. Look-ups that find nothing return 0 and leave
 // the record untouched; sequences are appended to.
 //
