@@ -46,6 +46,8 @@
 #include "gnr_projectdb/sqlsupport/yxsqlite_transaction.h"
 #include "gnr_projectdb/sys.h"
 
+#include <sqlite3.h>
+
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
@@ -266,7 +268,9 @@ int InsertValues(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::in
 }
 
 // The busy-retrying many-insert. Empty: 0. Each element's iKey is set to its
-// new key (0 where ignored). clause null for InsertMany, kOrReplace for
+// new key (0 where ignored). It retries only the passes whose transaction it
+// owns; within a transaction of the caller a busy database returns
+// SQLITE_BUSY (5). clause null for InsertMany, kOrReplace for
 // InsertOrReplaceMany. nulls: the null-value list (the table's default when
 // null).
 template <class Row>
@@ -299,6 +303,11 @@ int InsertMany(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* 
             const int rc = ins.Result();
             return rc ? rc : finish;
         }
+        // Inside the caller's transaction a pass cannot be undone here: the
+        // rows before the busy point belong to that transaction, and writing
+        // them again would double them. The caller gets the busy status and
+        // decides (a busy error inside a transaction does not cure itself).
+        if (!ins.IsTransactionOwner()) return ins.Result() ? ins.Result() : SQLITE_BUSY;
         // The statement (and its pass) ends here; sleep and start over.
         ins.Finish();
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
