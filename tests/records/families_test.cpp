@@ -2,6 +2,9 @@
 // oddities of some statements, and the listed edge cases.
 #include "records_fixture.h"
 
+#include <chrono>
+#include <thread>
+
 #include "framework/yxfilesystem.h"
 #include "framework/yxlitevariant.h"
 #include "gnr_projectdb/records_jobdef.h"
@@ -54,6 +57,7 @@ TEST_F(CYxRecordsTest, ProjectLatestIsTheLastModifiedAndUuidListsHoldEachOnce) {
     std::int64_t a = 0, b = 0;
     ASSERT_EQ(0, YxProjectDb_Proj_Insert(m_h, L"A", L"", L"A", &a));
     ASSERT_EQ(0, YxProjectDb_Proj_Insert(m_h, L"B", L"", L"B", &b));
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));  // times have millisecond resolution
     ASSERT_EQ(0, YxProjectDb_Proj_Update(m_h, a, L"A2", L"changed"));
     EXPECT_EQ(a, YxProjectDb_Proj_GetLatest(m_h));
 
@@ -125,6 +129,8 @@ TEST_F(CYxRecordsTest, DefinitionStateMarksAndClassState) {
     ASSERT_EQ(0, YxProjectDb_Jobdef_GetOne(m_h, def, after));
     EXPECT_EQ(7, after.iState);
     EXPECT_EQ(before.dMTime, after.dMTime);
+    // Times have millisecond resolution: let the clock move on.
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
     ASSERT_EQ(0, YxProjectDb_Jobdef_Update(m_h, def, 8, 1, L"D2", L"x", 2, nullptr));
     ASSERT_EQ(0, YxProjectDb_Jobdef_GetOne(m_h, def, after));
     EXPECT_GT(after.dMTime, before.dMTime);
