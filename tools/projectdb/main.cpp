@@ -3,6 +3,7 @@
 
 #include "framework/yxutf8.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
@@ -14,9 +15,23 @@ std::vector<SYxToolCommand>& Registry() {
     return commands;
 }
 
+// Help lists the commands in the order people meet them, whatever order the
+// linker registered them in.
+int HelpRank(const char* name) {
+    static const char* const kOrder[] = {"demo",    "create",         "info",    "sql",        "tree",
+                                         "schema",  "upgrade",        "silent-upgrade", "cleanup",
+                                         "app-create", "app-info",    "app-upgrade", "app-downgrade"};
+    for (int i = 0; i < static_cast<int>(sizeof kOrder / sizeof kOrder[0]); ++i)
+        if (!std::strcmp(kOrder[i], name)) return i;
+    return 1000;
+}
+
 void PrintHelp() {
     std::printf("usage: projectdb <command> [arguments]\n\ncommands:\n");
-    for (const auto& c : YxTool_Commands()) std::printf("  %-16s %s\n      %s\n", c.name, c.usage, c.summary);
+    std::vector<SYxToolCommand> commands = YxTool_Commands();
+    std::stable_sort(commands.begin(), commands.end(),
+                     [](const SYxToolCommand& a, const SYxToolCommand& b) { return HelpRank(a.name) < HelpRank(b.name); });
+    for (const auto& c : commands) std::printf("  %-16s %s\n      %s\n", c.name, c.usage, c.summary);
     std::printf("\n  --help           this text\n  --version        the tool's and the schema's version\n");
 }
 }  // namespace
