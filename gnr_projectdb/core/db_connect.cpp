@@ -10,7 +10,6 @@
 #include "gnr_projectdb/sys.h"
 
 #include <sqlite3.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -68,35 +67,28 @@ const wchar_t* VersionTableOf(sqlite3* db, const SYxDbFlavour& flavour) {
 
 }  // namespace
 
+// The jobs database carries the extras (silent version, identity, project
+// folder, parent triggers); the application database none of them.
+static SYxDbFlavour MakeFlavour(const wchar_t* kind, const SYxSqliteTableDef* const* (*tables)(int*),
+                                const wchar_t* versionTable, std::int64_t mainVersion, bool jobsExtras) {
+    SYxDbFlavour f{};
+    f.wszKind = kind;
+    f.ppTables = tables(&f.nTables);
+    f.wszVersionTable = versionTable;
+    f.iMainVersion = mainVersion;
+    f.bSilentVersion = f.bIdentity = f.bProjectFolder = f.bParentTriggers = jobsExtras;
+    return f;
+}
+
 const SYxDbFlavour& YxDb_JobsFlavour() {
-    static const SYxDbFlavour flavour = [] {
-        SYxDbFlavour f{};
-        f.wszKind = L"jobs";
-        f.ppTables = YxProjectDb_Schema_GetJobsTables(&f.nTables);
-        f.wszVersionTable = L"vesion";
-        f.iMainVersion = YX_PROJECTDB_JOBS_SCHEMA_VERSION;
-        f.bSilentVersion = true;
-        f.bIdentity = true;
-        f.bProjectFolder = true;
-        f.bParentTriggers = true;
-        return f;
-    }();
+    static const SYxDbFlavour flavour = MakeFlavour(L"jobs", &YxProjectDb_Schema_GetJobsTables, L"vesion",
+                                                    YX_PROJECTDB_JOBS_SCHEMA_VERSION, true);
     return flavour;
 }
 
 const SYxDbFlavour& YxDb_AppFlavour() {
-    static const SYxDbFlavour flavour = [] {
-        SYxDbFlavour f{};
-        f.wszKind = L"application";
-        f.ppTables = YxProjectDb_Schema_GetAppTables(&f.nTables);
-        f.wszVersionTable = L"version";
-        f.iMainVersion = YX_PROJECTDB_APP_SCHEMA_VERSION;
-        f.bSilentVersion = false;
-        f.bIdentity = false;
-        f.bProjectFolder = false;
-        f.bParentTriggers = false;
-        return f;
-    }();
+    static const SYxDbFlavour flavour = MakeFlavour(L"application", &YxProjectDb_Schema_GetAppTables, L"version",
+                                                    YX_PROJECTDB_APP_SCHEMA_VERSION, false);
     return flavour;
 }
 
@@ -168,8 +160,7 @@ int YxDb_GetInfo(const SYxDbFlavour& flavour, const wchar_t* path, SYxProjectDbF
     SYxProjectDbFileInfo local;
     SYxProjectDbFileInfo& info = infoOut ? *infoOut : local;
     if (!path || !*path) return YXPDB_E_GENERIC;
-    struct stat st;
-    if (::stat(YxFs_NativeUtf8(path).c_str(), &st) != 0) return YXPDB_E_NOCONNECTION;
+    if (!YxFs_Exists(path)) return YXPDB_E_NOCONNECTION;
     info.wszFileName = path;
     if (YxFs_IsReadOnly(path)) {
         info.bReadOnly = true;

@@ -6,6 +6,7 @@
 #include "gnr_projectdb/schema.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 #include "gnr_projectdb/sys.h"
+#include "uisupport/yxpath.h"
 
 #include <sqlite3.h>
 
@@ -22,9 +23,8 @@ int YxDb_Create(const SYxDbFlavour& flavour, const wchar_t* path) {
     if (!path || !*path) return YXPDB_E_GENERIC;
 
     if (flavour.bProjectFolder) {
-        const CYxStringW native = YxFs_Native(path);
-        const long long slash = native.ReverseFind(L'/');
-        const CYxStringW folder = slash >= 0 ? native.Left(static_cast<std::size_t>(slash + 1)) : CYxStringW();
+        CYxStringW folder, name;
+        YxPath_Split(YxFs_Native(path), folder, name);
         const CYxStringW projects = folder + YxProjectDb_Db_ProjectFolderName(path);
         if (YxFs_CreateDirectories(projects) != 0)
             YX_DIAG_WARN(L"Cannot create the project folder %s", projects);

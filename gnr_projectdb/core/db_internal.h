@@ -29,6 +29,9 @@ YxProjectDbHandle YxDb_Connect(const SYxDbFlavour& flavour, const wchar_t* path)
 YxProjectDbHandle YxDb_ConnectForRead(const SYxDbFlavour& flavour, const wchar_t* path);
 int YxDb_GetInfo(const SYxDbFlavour& flavour, const wchar_t* path, SYxProjectDbFileInfo* info);
 
+// The connection of a handle, or null.
+inline sqlite3* YxDb_Conn(YxProjectDbHandle handle) { return CYxProjectDbConnectionManager::GetConnection(handle); }
+
 // Issues the three pragmas that every connection runs first.
 int YxDb_CommonPragmas(sqlite3* db);
 // The journal mode a new or reconnected file gets when none is stored.

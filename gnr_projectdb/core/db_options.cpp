@@ -1,6 +1,6 @@
 // Options: named rows of the settings table.
 #include "framework/yxtranslate.h"
-#include "gnr_projectdb/db.h"
+#include "gnr_projectdb/core/db_internal.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 
 #include <sqlite3.h>
@@ -8,7 +8,6 @@
 #include <cwchar>
 
 namespace {
-sqlite3* Conn(YxProjectDbHandle handle) { return CYxProjectDbConnectionManager::GetConnection(handle); }
 
 CYxStringW ReadOption(sqlite3* db, const wchar_t* name, const wchar_t* type) {
     int err = 0;
@@ -20,13 +19,13 @@ CYxStringW ReadOption(sqlite3* db, const wchar_t* name, const wchar_t* type) {
 }  // namespace
 
 int YxProjectDb_Db_GetOptInt32(YxProjectDbHandle handle, const wchar_t* name) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db || !name) return 0;
     return static_cast<int>(std::wcstol(ReadOption(db, name, L"int32").c_str(), nullptr, 10));
 }
 
 CYxStringW YxProjectDb_Db_GetOptStr(YxProjectDbHandle handle, const wchar_t* name) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db || !name) return CYxStringW();
     return ReadOption(db, name, L"stringw");
 }
@@ -36,7 +35,7 @@ int YxProjectDb_Db_SetOptInt32(YxProjectDbHandle handle, const wchar_t* name, in
     bool known = false;
     for (const wchar_t* k : kKnown) known = known || (name && CYxStringW(name).EqualsNoCase(k));
     if (!known) return YXPDB_E_NOTFOUND;
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     // The write's own outcome is deliberately not reported.
     YxSqlite_ExecuteSingle(db,
@@ -47,7 +46,7 @@ int YxProjectDb_Db_SetOptInt32(YxProjectDbHandle handle, const wchar_t* name, in
 }
 
 int YxProjectDb_Db_SetOptStr(YxProjectDbHandle handle, const wchar_t* name, const wchar_t* value) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     const CYxStringW n(name);
     CYxStringW v(value);

@@ -1,18 +1,17 @@
 // Simple questions on an open database.
 #include "framework/yxfilesystem.h"
-#include "gnr_projectdb/db.h"
+#include "gnr_projectdb/core/db_internal.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
+#include "uisupport/yxpath.h"
 
 #include <sqlite3.h>
 
 namespace {
-sqlite3* Conn(YxProjectDbHandle handle) { return CYxProjectDbConnectionManager::GetConnection(handle); }
 
 // The file name without folder and without its last extension.
 CYxStringW BaseNameWithoutExtension(const wchar_t* path) {
-    const CYxStringW native = YxFs_Native(path);
-    const long long slash = native.ReverseFind(L'/');
-    CYxStringW name = slash >= 0 ? native.Mid(static_cast<std::size_t>(slash + 1)) : native;
+    CYxStringW folder, name;
+    YxPath_Split(path, folder, name);
     const long long dot = name.ReverseFind(L'.');
     if (dot > 0) name = name.Left(static_cast<std::size_t>(dot));
     return name;
@@ -20,18 +19,19 @@ CYxStringW BaseNameWithoutExtension(const wchar_t* path) {
 }  // namespace
 
 int YxProjectDb_Db_Backup(YxProjectDbHandle handle, sqlite3* target) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     return YxSqlite_Backup(db, target);
 }
 
-CYxStringW YxProjectDb_Db_Filename(YxProjectDbHandle handle) { return YxSqlite_Filename(Conn(handle)); }
+CYxStringW YxProjectDb_Db_Filename(YxProjectDbHandle handle) { return YxSqlite_Filename(YxDb_Conn(handle)); }
 
 CYxStringW YxProjectDb_Db_Folder(YxProjectDbHandle handle) {
     const CYxStringW file = YxProjectDb_Db_Filename(handle);
     if (file.IsEmpty()) return file;
-    const long long slash = file.ReverseFind(L'/');
-    return slash >= 0 ? file.Left(static_cast<std::size_t>(slash + 1)) : CYxStringW();
+    CYxStringW folder, name;
+    YxPath_Split(file, folder, name);
+    return folder;
 }
 
 CYxStringW YxProjectDb_Db_ProjectFolderName(const wchar_t* path) {
@@ -51,7 +51,7 @@ std::uint64_t YxProjectDb_Db_GetSize(YxProjectDbHandle handle) {
 }
 
 bool YxProjectDb_Db_HasTable(YxProjectDbHandle handle, const wchar_t* table) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db || !table) return false;
     sqlite3_stmt* stmt = nullptr;
     if (sqlite3_prepare_v2(db, "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1;", -1, &stmt, nullptr) !=
@@ -67,13 +67,13 @@ bool YxProjectDb_Db_HasTable(YxProjectDbHandle handle, const wchar_t* table) {
 }
 
 int YxProjectDb_Db_IsWriteable(YxProjectDbHandle handle) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     const CYxStringW probe = CYxStringW::Format(L"UPDATE %s SET %s='dbuuid' WHERE %s=1", L"dbinfo", L"wszName", L"iKey");
     return YxSqlite_Execute(db, probe, nullptr, false) == SQLITE_OK ? YXPDB_OK : YXPDB_E_NOCONNECTION;
 }
 
 bool YxProjectDb_Db_IsInTransaction(YxProjectDbHandle handle) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     return db && sqlite3_get_autocommit(db) == 0;
 }

@@ -1,6 +1,6 @@
 // Transactions, savepoints and the scoped transaction guard.
 #include "framework/yxdiag.h"
-#include "gnr_projectdb/db.h"
+#include "gnr_projectdb/core/db_internal.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 
 #include <sqlite3.h>
@@ -9,7 +9,6 @@
 #include <thread>
 
 namespace {
-sqlite3* Conn(YxProjectDbHandle handle) { return CYxProjectDbConnectionManager::GetConnection(handle); }
 
 int Run(sqlite3* db, const CYxStringW& sql) {
     return YxSqlite_Execute(db, sql, nullptr, true) == SQLITE_OK ? YXPDB_OK : YXPDB_E_NOCONNECTION;
@@ -17,7 +16,7 @@ int Run(sqlite3* db, const CYxStringW& sql) {
 }  // namespace
 
 int YxProjectDb_Db_TransactionBegin(YxProjectDbHandle handle) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     // Waits as long as another connection holds the database. A failure that
     // waiting cannot cure (a transaction already open on this connection)
@@ -35,32 +34,32 @@ int YxProjectDb_Db_TransactionBegin(YxProjectDbHandle handle) {
 }
 
 int YxProjectDb_Db_TransactionCommit(YxProjectDbHandle handle) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     return Run(db, L"COMMIT TRANSACTION;");
 }
 
 int YxProjectDb_Db_TransactionRollback(YxProjectDbHandle handle) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     return Run(db, L"ROLLBACK TRANSACTION;");
 }
 
 int YxProjectDb_Db_SavepointSet(YxProjectDbHandle handle, const wchar_t* name) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     return Run(db, CYxStringW::Format(L"SAVEPOINT %s;", name));
 }
 
 int YxProjectDb_Db_SavepointRelease(YxProjectDbHandle handle, const wchar_t* name) {
-    sqlite3* db = Conn(handle);
+    sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     return Run(db, CYxStringW::Format(L"RELEASE SAVEPOINT %s;", name));
 }
 
 int YxProjectDb_Db_SavepointRollback(YxProjectDbHandle handle, const wchar_t* name) {
     // No connection test here: the SQL layer refuses a null connection.
-    return Run(Conn(handle), CYxStringW::Format(L"ROLLBACK TRANSACTION TO SAVEPOINT %s;", name));
+    return Run(YxDb_Conn(handle), CYxStringW::Format(L"ROLLBACK TRANSACTION TO SAVEPOINT %s;", name));
 }
 
 CYxProjectDb_Db_TransactionHolder::CYxProjectDb_Db_TransactionHolder(YxProjectDbHandle handle)

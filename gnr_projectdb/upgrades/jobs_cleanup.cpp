@@ -39,14 +39,7 @@ int YxProjectDb_Upgrade_JobsCleanupWorker(const wchar_t* path) {
         const int end = transaction.End();
         if (status == 0 && end != 0) status = end;
     }
-    if (status == 0) {
-        YxProjectDb_Upgrade_PhaseCounter().fetch_add(1);
-        YX_DIAG_INFO(L"Optimizing database file...");
-        YxSqlite_Execute(db, L"VACUUM;", nullptr, false);
-        YxProjectDb_Upgrade_PhaseCounter().fetch_add(1);
-        YX_DIAG_INFO(L"Analyzing database file...");
-        YxSqlite_Execute(db, L"ANALYZE;", nullptr, false);
-    }
+    if (status == 0) YxProjectDb_Upgrade_CompactAndAnalyse(db);
     YxSqlite_Close(db);
     return status;
 }

@@ -53,23 +53,30 @@ int OpenForUpgrade(const wchar_t* path, sqlite3** db) {
     return rc;
 }
 
-// The silent chain; returns the status of the last step run, or `status`
-// when no step was needed.
-int RunSilentChain(sqlite3* db, int status) {
-    std::int64_t silent = ReadSilent(db);
-    YX_DIAG_INFO(L"Upgrading silent version %I64d to...", silent);
-    while (silent < YX_PROJECTDB_JOBS_SILENT_VERSION) {
-        status = YxProjectDb_Upgrade_JobsSilentStep(db, silent);
-        const std::int64_t reached = ReadSilent(db);
+// Runs the steps of one chain while the version read is below `target`,
+// logging each version reached; stops at the first failing step. Returns the
+// status of the last step run, or `status` when no step was needed.
+int RunChain(sqlite3* db, std::int64_t (*read)(sqlite3*), int (*step)(sqlite3*, std::int64_t), std::int64_t target,
+             const wchar_t* startLine, int status) {
+    std::int64_t version = read(db);
+    YX_DIAG_INFO(startLine, version);
+    while (version < target) {
+        status = step(db, version);
+        const std::int64_t reached = read(db);
         YX_DIAG_INFO(L"version %I64d (%s)", reached, status != 0 ? L"FAILED" : L"");
         if (status != 0) break;
-        if (reached <= silent) {  // a step that does not advance would never end
+        if (reached <= version) {  // a step that does not advance would never end
             status = YXPDB_E_NOCONNECTION;
             break;
         }
-        silent = reached;
+        version = reached;
     }
     return status;
+}
+
+int RunSilentChain(sqlite3* db, int status) {
+    return RunChain(db, &ReadSilent, &YxProjectDb_Upgrade_JobsSilentStep, YX_PROJECTDB_JOBS_SILENT_VERSION,
+                    L"Upgrading silent version %I64d to...", status);
 }
 
 // Ends the transaction; a failing commit becomes the run's status.
@@ -82,7 +89,9 @@ int EndTransaction(CYxSqliteTransaction& transaction, int status) {
     return status;
 }
 
-void CompactAndAnalyse(sqlite3* db) {
+}  // namespace
+
+void YxProjectDb_Upgrade_CompactAndAnalyse(sqlite3* db) {
     YxProjectDb_Upgrade_PhaseCounter().fetch_add(1);
     YX_DIAG_INFO(L"Optimizing database file...");
     YxSqlite_Execute(db, L"VACUUM;", nullptr, false);
@@ -90,7 +99,6 @@ void CompactAndAnalyse(sqlite3* db) {
     YX_DIAG_INFO(L"Analyzing database file...");
     YxSqlite_Execute(db, L"ANALYZE;", nullptr, false);
 }
-}  // namespace
 
 std::atomic<int>& YxProjectDb_Upgrade_PhaseCounter() {
     static std::atomic<int> phase{0};
@@ -139,19 +147,8 @@ int YxProjectDb_Upgrade_JobsUpgradeWorker(const wchar_t* path) {
         YxSqlite_Execute(db, L"PRAGMA foreign_keys=0;\n", nullptr, false);
         YxProjectDb_Upgrade_InstallProgressHandler(db);
 
-        std::int64_t version = ReadMain(db);
-        YX_DIAG_INFO(L"Upgrading version %I64d to...", version);
-        while (version < YX_PROJECTDB_JOBS_SCHEMA_VERSION) {
-            status = YxProjectDb_Upgrade_RunJobsStep(db, version);
-            const std::int64_t reached = ReadMain(db);
-            YX_DIAG_INFO(L"version %I64d (%s)", reached, status != 0 ? L"FAILED" : L"");
-            if (status != 0) break;
-            if (reached <= version) {  // a step that does not advance would never end
-                status = YXPDB_E_NOCONNECTION;
-                break;
-            }
-            version = reached;
-        }
+        status = RunChain(db, &ReadMain, &YxProjectDb_Upgrade_RunJobsStep, YX_PROJECTDB_JOBS_SCHEMA_VERSION,
+                          L"Upgrading version %I64d to...", status);
 
         // The silent step runs even after a failed main chain, and its status
         // then decides whether the work done so far is committed.
@@ -172,7 +169,7 @@ int YxProjectDb_Upgrade_JobsUpgradeWorker(const wchar_t* path) {
         }
         status = EndTransaction(transaction, status);
     }
-    if (status == 0) CompactAndAnalyse(db);
+    if (status == 0) YxProjectDb_Upgrade_CompactAndAnalyse(db);
     YxSqlite_Close(db);
     return status;
 }

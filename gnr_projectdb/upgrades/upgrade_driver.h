@@ -17,6 +17,9 @@ struct sqlite3;
 // statistics) and the user's confirmed cancel (non-zero), shared between a
 // worker and the thread that shows the dialog.
 std::atomic<int>& YxProjectDb_Upgrade_PhaseCounter();
+// After a successful commit: one phase up, "VACUUM;", one phase up,
+// "ANALYZE;" (their results are not reported).
+void YxProjectDb_Upgrade_CompactAndAnalyse(sqlite3* db);
 std::atomic<int>& YxProjectDb_Upgrade_AbortFlag();
 
 // Installs the SQLite progress handler (every 100 instructions) that
