@@ -5,37 +5,37 @@
 #include "gnr_projectdb/records/table_ops.h"
 
 #define YX_DEFINE_ROW_OPS(t)                                                                                         \
-    int YxProjectDb_Row_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProjectDbRow_##t& row) {               \
+    int YxProjectDb_Row_GetOne(YxProjectDbHandle handle, std::int64_t key, YX_ROW_TYPE(t)& row) {               \
         return yxrec::GetOne(handle, key, row);                                                                      \
     }                                                                                                                \
-    int YxProjectDb_Row_GetAll(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_##t>& rows) {                   \
+    int YxProjectDb_Row_GetAll(YxProjectDbHandle handle, std::vector<YX_ROW_TYPE(t)>& rows) {                   \
         return yxrec::GetAll(handle, rows);                                                                          \
     }                                                                                                                \
     int YxProjectDb_Row_GetMany(YxProjectDbHandle handle, const wchar_t* column, std::int64_t key,                  \
-                                std::vector<SYxProjectDbRow_##t>& rows) {                                            \
+                                std::vector<YX_ROW_TYPE(t)>& rows) {                                            \
         return yxrec::GetMany(handle, column ? column : L"", key, rows);                                             \
     }                                                                                                                \
     int YxProjectDb_Row_GetWhere(YxProjectDbHandle handle, const wchar_t* where,                                     \
-                                 std::vector<SYxProjectDbRow_##t>& rows) {                                           \
+                                 std::vector<YX_ROW_TYPE(t)>& rows) {                                           \
         return yxrec::GetManyWhere(handle, where, rows);                                                             \
     }                                                                                                                \
-    int YxProjectDb_Row_Insert(YxProjectDbHandle handle, SYxProjectDbRow_##t& row, std::int64_t* key) {              \
+    int YxProjectDb_Row_Insert(YxProjectDbHandle handle, YX_ROW_TYPE(t)& row, std::int64_t* key) {              \
         return yxrec::Insert(handle, row, key, nullptr, yxrec::eStampAll);                                           \
     }                                                                                                                \
-    int YxProjectDb_Row_Import(YxProjectDbHandle handle, SYxProjectDbRow_##t& row, std::int64_t* key) {              \
+    int YxProjectDb_Row_Import(YxProjectDbHandle handle, YX_ROW_TYPE(t)& row, std::int64_t* key) {              \
         return yxrec::Insert(handle, row, key, nullptr, yxrec::eStampNone);                                          \
     }                                                                                                                \
-    int YxProjectDb_Row_InsertMany(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_##t>& rows) {               \
+    int YxProjectDb_Row_InsertMany(YxProjectDbHandle handle, std::vector<YX_ROW_TYPE(t)>& rows) {               \
         return yxrec::InsertMany(handle, rows);                                                                      \
     }                                                                                                                \
-    int YxProjectDb_Row_InsertOrReplaceMany(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_##t>& rows) {      \
+    int YxProjectDb_Row_InsertOrReplaceMany(YxProjectDbHandle handle, std::vector<YX_ROW_TYPE(t)>& rows) {      \
         return yxrec::InsertMany(handle, rows, yxrec::kOrReplace);                                                   \
     }                                                                                                                \
-    int YxProjectDb_Row_Update(YxProjectDbHandle handle, SYxProjectDbRow_##t& row) {                                 \
+    int YxProjectDb_Row_Update(YxProjectDbHandle handle, YX_ROW_TYPE(t)& row) {                                 \
         return yxrec::Update(handle, row, yxrec::eStampMTime);                                                       \
     }                                                                                                                \
-    int YxProjectDb_Row_Delete(YxProjectDbHandle handle, std::int64_t key, const SYxProjectDbRow_##t*) {             \
-        return yxrec::Delete<SYxProjectDbRow_##t>(handle, key);                                                      \
+    int YxProjectDb_Row_Delete(YxProjectDbHandle handle, std::int64_t key, const YX_ROW_TYPE(t)*) {             \
+        return yxrec::Delete<YX_ROW_TYPE(t)>(handle, key);                                                      \
     }
 
 YX_JOBS_TABLE_LIST(YX_DEFINE_ROW_OPS)

@@ -59,8 +59,8 @@ int YxProjectDb_Jobdef_ExistsInBothDbs(YxProjectDbHandle a, YxProjectDbHandle b,
 int YxProjectDb_Jobdef_Insert(YxProjectDbHandle handle, std::int64_t projKey, std::int32_t state,
                               std::int32_t progress, const wchar_t* name, const wchar_t* desc, std::int32_t defType,
                               const CYxByteArray* usability, std::int64_t* key) {
-    SYxProjectDbRow_jobdef row{0,   projKey, defType, state, progress, 0.0, 0.0, CYxStringW(), CYxStringW(name),
-                               CYxStringW(desc), BytesOrEmpty(usability)};
+    SYxProjectDbRow_jobdef row(0, projKey, state, progress, 0.0, 0.0, CYxStringW(), CYxStringW(name),
+                               CYxStringW(desc), defType, BytesOrEmpty(usability));
     return Insert(handle, row, key, nullptr, eStampAll);
 }
 
@@ -68,8 +68,8 @@ int YxProjectDb_Jobdef_Insert(YxProjectDbHandle handle, std::int64_t projKey, st
                               std::int32_t progress, const wchar_t* uuid, const wchar_t* name, const wchar_t* desc,
                               std::int32_t defType, double cTime, double mTime, const CYxByteArray* usability,
                               std::int64_t* key) {
-    SYxProjectDbRow_jobdef row{0,     projKey,          defType,          state, progress, cTime, mTime,
-                               CYxStringW(uuid), CYxStringW(name), CYxStringW(desc), BytesOrEmpty(usability)};
+    SYxProjectDbRow_jobdef row(0, projKey, state, progress, cTime, mTime, CYxStringW(uuid), CYxStringW(name),
+                               CYxStringW(desc), defType, BytesOrEmpty(usability));
     return Insert(handle, row, key, nullptr, eStampNone);
 }
 

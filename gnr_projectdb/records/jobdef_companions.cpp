@@ -74,17 +74,17 @@ int MarkDelete(YxProjectDbHandle handle, std::int64_t jobdefKey) {
 }  // namespace
 
 int YxProjectDb_TaskListjobdef_Insert(YxProjectDbHandle handle, std::int64_t jobdefKey, std::int64_t* key) {
-    return MarkInsert<SYxProjectDbRow_tasklistjobdef>(handle, jobdefKey, key);
+    return MarkInsert<SYxProjectDbRow_taskListjobdef>(handle, jobdefKey, key);
 }
 bool YxProjectDb_TaskListjobdef_Exists(YxProjectDbHandle handle, std::int64_t jobdefKey) {
-    return MarkExists<SYxProjectDbRow_tasklistjobdef>(handle, jobdefKey);
+    return MarkExists<SYxProjectDbRow_taskListjobdef>(handle, jobdefKey);
 }
 int YxProjectDb_TaskListjobdef_GetManyReferencingJobdef(YxProjectDbHandle handle, std::int64_t jobdefKey,
-                                                        std::vector<SYxProjectDbRow_tasklistjobdef>& rows) {
+                                                        std::vector<SYxProjectDbRow_taskListjobdef>& rows) {
     return MarkGetMany(handle, jobdefKey, rows);
 }
 int YxProjectDb_TaskListjobdef_Delete(YxProjectDbHandle handle, std::int64_t jobdefKey) {
-    return MarkDelete<SYxProjectDbRow_tasklistjobdef>(handle, jobdefKey);
+    return MarkDelete<SYxProjectDbRow_taskListjobdef>(handle, jobdefKey);
 }
 
 int YxProjectDb_Toolbarjobdef_Insert(YxProjectDbHandle handle, std::int64_t jobdefKey, std::int64_t* key) {

@@ -149,7 +149,7 @@ int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, co
 }
 
 int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, std::int64_t key,
-                                                    const std::vector<SYxProjectDbJobprogramProperty>& props) {
+                                                    const std::vector<SYxProjectDbRow_jobprogram::_property>& props) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     if (props.empty()) return 0;
@@ -161,7 +161,7 @@ int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, st
     CYxLiteVariantW writer;
     writer.Load(bytes);  // damaged bytes leave an empty tree, which is then rebuilt
     if (writer.OpenGroup(L"") != YXLV_OK) return YXPDB_E_NOTFOUND;
-    for (const SYxProjectDbJobprogramProperty& p : props) {
+    for (const SYxProjectDbRow_jobprogram::_property& p : props) {
         if (p.bIsBytes) writer.AddBytes(p.name, p.pValue);
         else writer.AddText(p.name, p.wszValue);
     }

@@ -209,7 +209,7 @@ TEST_F(CYxRecordsTest, ProgramsTasksAndProperties) {
     // Properties: replace one entry, keep the others.
     CYxByteArray none;
     EXPECT_EQ(YXPDB_E_NOTFOUND, YxProjectDb_Jobprogram_GetProperty(m_h, older, L"a", none));
-    std::vector<SYxProjectDbJobprogramProperty> props(2);
+    std::vector<SYxProjectDbRow_jobprogram::_property> props(2);
     props[0].name = L"a";
     props[0].wszValue = L"one";
     props[1].name = L"b";
@@ -217,7 +217,7 @@ TEST_F(CYxRecordsTest, ProgramsTasksAndProperties) {
     props[1].pValue = CYxByteArray("\x01\x02", 2);
     ASSERT_EQ(0, YxProjectDb_Jobprogram_InsertOrUpdateProperties(m_h, older, props));
     ASSERT_EQ(0, YxProjectDb_Jobprogram_InsertOrUpdateProperties(m_h, older, {}));
-    std::vector<SYxProjectDbJobprogramProperty> change(1);
+    std::vector<SYxProjectDbRow_jobprogram::_property> change(1);
     change[0].name = L"a";
     change[0].wszValue = L"two";
     ASSERT_EQ(0, YxProjectDb_Jobprogram_InsertOrUpdateProperties(m_h, older, change));

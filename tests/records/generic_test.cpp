@@ -36,6 +36,48 @@ TEST_F(CYxRecordsTest, LookupsLeaveRecordUntouchedAndSequencesAreAppended) {
     EXPECT_EQ(0xff, rows[2].iColor);
 }
 
+TEST(RowRecords, JobdefValueConstructorTakesDefTypeAndUsabilityLast) {
+    const CYxByteArray usability(std::vector<std::uint8_t>{1, 2, 3});
+    const SYxProjectDbRow_jobdef r(11, 22, 3, 4, 5.5, 6.5, CYxStringW(L"id"), CYxStringW(L"name"),
+                                   CYxStringW(L"desc"), 7, usability);
+    EXPECT_EQ(11, r.iKey);
+    EXPECT_EQ(22, r.iProjKeyRef);
+    EXPECT_EQ(3, r.iState);
+    EXPECT_EQ(4, r.iProgress);
+    EXPECT_EQ(5.5, r.dCTime);
+    EXPECT_EQ(6.5, r.dMTime);
+    EXPECT_EQ(L"id", r.wszUuid);
+    EXPECT_EQ(L"name", r.wszName);
+    EXPECT_EQ(L"desc", r.wszDesc);
+    EXPECT_EQ(7, r.iDefType);
+    EXPECT_EQ(usability, r.pUsability);
+
+    const SYxProjectDbRow_jobdef empty;
+    EXPECT_EQ(0, empty.iKey);
+    EXPECT_EQ(0, empty.iDefType);
+    EXPECT_TRUE(empty.wszName.IsEmpty());
+}
+
+TEST_F(CYxRecordsTest, TaskListRecordAndProgramPropertyKeepTheirNames) {
+    std::int64_t def = 0;
+    ASSERT_EQ(0, YxProjectDb_Jobdef_Insert(m_h, 0, 0, 0, L"n", L"d", 0, nullptr, &def));
+    ASSERT_EQ(0, YxProjectDb_TaskListjobdef_Insert(m_h, def));
+    std::vector<SYxProjectDbRow_taskListjobdef> marks;
+    ASSERT_EQ(0, YxProjectDb_TaskListjobdef_GetManyReferencingJobdef(m_h, def, marks));
+    ASSERT_EQ(1u, marks.size());
+    EXPECT_EQ(def, marks[0].iJobdefKeyRef);
+
+    std::int64_t prog = 0;
+    ASSERT_EQ(0, YxProjectDb_Jobprogram_Insert(m_h, def, L"s", nullptr, &prog));
+    SYxProjectDbRow_jobprogram::_property p;
+    p.name = L"k";
+    p.wszValue = L"v";
+    ASSERT_EQ(0, YxProjectDb_Jobprogram_InsertOrUpdateProperties(m_h, prog, {p}));
+    CYxStringW back;
+    ASSERT_EQ(0, YxProjectDb_Jobprogram_GetProperty(m_h, prog, L"k", back));
+    EXPECT_EQ(L"v", back);
+}
+
 TEST_F(CYxRecordsTest, InsertWritesZeroReferencesAsNullAndStampsUuidAndTimes) {
     SYxProjectDbRow_jobdef def{};
     def.wszName = L"d";

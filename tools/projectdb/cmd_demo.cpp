@@ -162,7 +162,7 @@ int Demo(const std::vector<std::string>& args) {
     if (step.status == 0 &&
         step.Check(YxProjectDb_Jobprogram_Insert(h, jobdefKey, L"Time-lapse, 4 positions x 2 channels", &programKey),
                    "job program")) {
-        std::vector<SYxProjectDbJobprogramProperty> props(3);
+        std::vector<SYxProjectDbRow_jobprogram::_property> props(3);
         props[0].name = L"objective";
         props[0].wszValue = L"20x / 0.75";
         props[1].name = L"interval_s";

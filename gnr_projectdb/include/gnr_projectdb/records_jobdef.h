@@ -144,7 +144,7 @@ GNR_API int YxProjectDb_TaskListjobdef_Insert(YxProjectDbHandle handle, std::int
 // False without connection or on failure.
 GNR_API bool YxProjectDb_TaskListjobdef_Exists(YxProjectDbHandle handle, std::int64_t jobdefKey);
 GNR_API int YxProjectDb_TaskListjobdef_GetManyReferencingJobdef(YxProjectDbHandle handle, std::int64_t jobdefKey,
-                                                                std::vector<SYxProjectDbRow_tasklistjobdef>& rows);
+                                                                std::vector<SYxProjectDbRow_taskListjobdef>& rows);
 // Removes the marks of the definition (not a row by its own key).
 GNR_API int YxProjectDb_TaskListjobdef_Delete(YxProjectDbHandle handle, std::int64_t jobdefKey);
 

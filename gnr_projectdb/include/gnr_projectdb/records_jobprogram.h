@@ -28,14 +28,6 @@
 #include <map>
 #include <vector>
 
-// One named program property to store: bytes when bIsBytes, text otherwise.
-struct SYxProjectDbJobprogramProperty {
-    CYxStringW name;
-    bool bIsBytes = false;
-    CYxStringW wszValue;
-    CYxByteArray pValue;
-};
-
 // A property definition of a program with its enumeration values.
 struct SYxProjectDbJobpropdefValues {
     SYxProjectDbRow_jobpropdef def;
@@ -88,7 +80,7 @@ GNR_API int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle ha
 // same name and keeping the others. Empty list: 0, nothing changed. No such
 // program: -13. Damaged stored bytes are replaced by a new tree.
 GNR_API int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, std::int64_t key,
-                                                            const std::vector<SYxProjectDbJobprogramProperty>& props);
+                                                            const std::vector<SYxProjectDbRow_jobprogram::_property>& props);
 // Copies the program row (same definition, summary and properties) under a
 // new uuid and the current time. *newKey 0 on failure; a missing program: -13.
 GNR_API int YxProjectDb_Jobprogram_Duplicate(YxProjectDbHandle handle, std::int64_t key, std::int64_t* newKey);
