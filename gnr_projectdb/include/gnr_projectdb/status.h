@@ -28,4 +28,9 @@ enum EYxProjectDbStatus {
     YXPDB_E_OLDER = -38,
     // Version comparison: the first database is newer in the plate or dish catalog.
     YXPDB_E_NEWER_CATALOG = -57,
+    // Sample holders: bytes that are not a valid holder model or alignment
+    // matrix (damaged or of an unknown format version).
+    YXPDB_E_HOLDER_DATA = -70,
+    // Sample holders: a name part that matches more than one holder.
+    YXPDB_E_AMBIGUOUS = -71,
 };
