@@ -72,6 +72,6 @@ CYxStringW Print(const Row& row, int flags) {
 }  // namespace
 
 #define YX_DEFINE_ROW_PRINT(t) \
-    CYxStringW YxProjectDb_Row_ToText(const SYxProjectDbRow_##t& row, int flags) { return Print(row, flags); }
+    CYxStringW YxProjectDb_Row_ToText(const YX_ROW_TYPE(t)& row, int flags) { return Print(row, flags); }
 YX_JOBS_TABLE_LIST(YX_DEFINE_ROW_PRINT)
 #undef YX_DEFINE_ROW_PRINT

@@ -84,7 +84,7 @@ void ExpectAllColumns(const Row& row) {
 TEST(CYxPrinters, EveryTableOfTheSchemaPrintsEveryColumn) {
     int tables = 0;
 #define YX_CHECK_TABLE(t) \
-    ExpectAllColumns(SYxProjectDbRow_##t{}); \
+    ExpectAllColumns(YX_ROW_TYPE(t){}); \
     ++tables;
     YX_JOBS_TABLE_LIST(YX_CHECK_TABLE)
 #undef YX_CHECK_TABLE

@@ -25,12 +25,12 @@ bool RowsEqual(const Row& a, const Row& b) {
 }  // namespace yxtest_detail
 
 #define YX_TEST_ROW_SUPPORT(t)                                                                  \
-    inline void PrintTo(const SYxProjectDbRow_##t& row, std::ostream* os) {                     \
+    inline void PrintTo(const YX_ROW_TYPE(t)& row, std::ostream* os) {                     \
         *os << YxProjectDb_Row_ToText(row).ToUtf8();                                            \
     }                                                                                           \
-    inline bool operator==(const SYxProjectDbRow_##t& a, const SYxProjectDbRow_##t& b) {        \
+    inline bool operator==(const YX_ROW_TYPE(t)& a, const YX_ROW_TYPE(t)& b) {        \
         return yxtest_detail::RowsEqual(a, b);                                                  \
     }                                                                                           \
-    inline bool operator!=(const SYxProjectDbRow_##t& a, const SYxProjectDbRow_##t& b) { return !(a == b); }
+    inline bool operator!=(const YX_ROW_TYPE(t)& a, const YX_ROW_TYPE(t)& b) { return !(a == b); }
 YX_JOBS_TABLE_LIST(YX_TEST_ROW_SUPPORT)
 #undef YX_TEST_ROW_SUPPORT

@@ -26,7 +26,7 @@ enum EYxProjectDbPrintFlags {
 };
 
 #define YX_DECLARE_ROW_PRINT(t) \
-    GNR_API CYxStringW YxProjectDb_Row_ToText(const SYxProjectDbRow_##t& row, int flags = eYxPrintOneLine);
+    GNR_API CYxStringW YxProjectDb_Row_ToText(const YX_ROW_TYPE(t)& row, int flags = eYxPrintOneLine);
 YX_JOBS_TABLE_LIST(YX_DECLARE_ROW_PRINT)
 #undef YX_DECLARE_ROW_PRINT
 
