@@ -1,6 +1,8 @@
 // Job tasks (records_jobprogram.h).
 #include "gnr_projectdb/records_jobprogram.h"
 
+#include "gnr_projectdb/keymap.h"
+#include "gnr_projectdb/records/keymap_fill.h"
 #include "gnr_projectdb/records/table_ops.h"
 
 using namespace yxrec;
@@ -125,16 +127,11 @@ int YxProjectDb_Jobtask_GetOldToNewMap(YxProjectDbHandle handle, std::int64_t ol
 
 int YxProjectDb_Jobtask_CreateOldToNewLookupTable(YxProjectDbHandle handle, std::int64_t oldProgramKey,
                                                   std::int64_t newProgramKey, CYxStringW& tableName) {
-    sqlite3* db = Db(handle);
-    if (!db) return YXPDB_E_NOCONNECTION;
-    // Uuid texts are plain hexadecimal digits, so the name needs no quoting.
-    tableName = CYxStringW(L"lu_") + YxProjectDb_Sys_UuidAsText();
-    const CYxStringW sql = CYxStringW::Format(
-        L"CREATE TEMP TABLE %s (%s INTEGER PRIMARY KEY, %s INTEGER);\nINSERT INTO %s(%s, %s) SELECT old.%s, new.%s "
-        L"FROM %s old, %s new WHERE old.%s=%I64d AND new.%s=%I64d AND old.%s=new.%s;",
-        tableName, L"iKey", L"iValue", tableName, L"iKey", L"iValue", L"iKey", L"iKey", L"jobtask", L"jobtask",
-        L"iJobprogramKeyRef", oldProgramKey, L"iJobprogramKeyRef", newProgramKey, L"wszName", L"wszName");
-    return YxSqlite_Execute(db, sql);
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    // A key map (keymap.h) filled with the pairs of tasks of equal name.
+    int rc = YxProjectDb_KeyMap_Create(handle, tableName);
+    if (rc == 0) rc = KeyMapFillFromSelect(handle, tableName, PairSelect(oldProgramKey, newProgramKey));
+    return rc;
 }
 
 int YxProjectDb_Jobtask_Delete(YxProjectDbHandle handle, std::int64_t key) {
