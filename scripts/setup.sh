@@ -4,7 +4,8 @@
 set -euo pipefail
 
 PACKAGES=(build-essential cmake ninja-build pkg-config libsqlite3-dev qtbase5-dev
-          libgtest-dev libgmock-dev libbenchmark-dev sqlite3)
+          libgtest-dev libgmock-dev libbenchmark-dev sqlite3
+          librsvg2-bin)
 
 missing=()
 for p in "${PACKAGES[@]}"; do

@@ -144,13 +144,19 @@ int YxProjectDb_Holder_Find(YxProjectDbHandle handle, const wchar_t* text, SYxHo
     std::vector<SYxHolderEntry> all;
     rc = YxProjectDb_Holder_GetAll(handle, false, all);
     if (rc != 0 && rc != YXPDB_E_HOLDER_DATA) return rc;
+    return YxHolder_FindIn(all, text, entry);
+}
+
+int YxHolder_FindIn(const std::vector<SYxHolderEntry>& entries, const wchar_t* text, SYxHolderEntry& entry) {
+    if (!text || !*text) return YXPDB_E_GENERIC;
     CYxStringW needle(text);
     needle.MakeLower();
     const SYxHolderEntry* match = nullptr;
     int matches = 0;
-    for (const SYxHolderEntry& e : all) {
+    for (const SYxHolderEntry& e : entries) {
+        if (e.iRemoved) continue;
         CYxStringW name = YxHolder_FullName(e);
-        if (name.EqualsNoCase(text)) {
+        if (e.wszUuid == text || name.EqualsNoCase(text)) {
             entry = e;
             return 0;
         }

@@ -16,7 +16,7 @@ QString Q(const CYxStringW& s) { return QString::fromStdWString(s.str()); }
 int Create(const std::vector<std::string>& args, bool app) {
     if (args.size() != 1) return YxTool_Fail("expected one FILE argument", -1);
     const std::wstring path = YxTool_Wide(args[0]);
-    const int rc = app ? YxProjectDb_Db_Vasq_Create(path.c_str()) : YxProjectDb_Db_Jobs_Create(path.c_str());
+    const int rc = app ? YxProjectDb_Db_Vasq_Create(path.c_str()) : YxProjectDb_Db_Jobs_CreateWithUpgrades(path.c_str());
     if (rc != 0) return YxTool_Fail("cannot create " + args[0], rc);
     std::printf("created %s database %s\n", app ? "application" : "jobs", args[0].c_str());
     return 0;
@@ -72,7 +72,7 @@ int Info(const std::vector<std::string>& argsIn, bool app) {
 
 }  // namespace
 
-YX_TOOL_COMMAND("create", "FILE", "create a new jobs database (schema 136) and its project folder",
+YX_TOOL_COMMAND("create", "FILE", "create a new jobs database (schema 136, holder catalog) and its project folder",
                 [](const std::vector<std::string>& a) { return Create(a, false); });
 YX_TOOL_COMMAND("app-create", "FILE", "create a new application database (schema 7)",
                 [](const std::vector<std::string>& a) { return Create(a, true); });

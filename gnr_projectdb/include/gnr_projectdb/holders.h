@@ -131,6 +131,9 @@ GNR_API int YxProjectDb_Holder_GetAll(YxProjectDbHandle handle, bool includeRemo
 // case), or any part of the full name that only one holder contains (removed
 // holders are not searched). -13 none, -71 several.
 GNR_API int YxProjectDb_Holder_Find(YxProjectDbHandle handle, const wchar_t* text, SYxHolderEntry& entry);
+// The same rule over a list (the catalog, for instance), removed entries
+// skipped: -1 for an empty text, -13 none, -71 several.
+GNR_API int YxHolder_FindIn(const std::vector<SYxHolderEntry>& entries, const wchar_t* text, SYxHolderEntry& entry);
 // Inserts a user-defined holder (iUserImported 1, iRemoved 0): its
 // configuration row and name row, or its slidedef row, in one transaction.
 // An empty wszUuid (and wszConfigUuid) gets a new uuid, an empty company,
