@@ -168,3 +168,32 @@ TEST(HolderTool, ExportedHoldersImportAsUserHolders) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(HolderTool, DemoRecordsItsPositionsOnACatalogPlate) {
+    CYxTempDir dir;
+    int rc = -1;
+    const std::string out = Tool("demo '" + dir.Path() + "/demo'", &rc);
+    ASSERT_EQ(0, rc) << out;
+    sqlite3* db = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open_v2((dir.Path() + "/demo/demo.gnrdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr));
+    // The plate is the catalog's 96-well plate, with a stored alignment.
+    const std::string p96 = YxHolder_Catalog()[4].wszUuid.ToUtf8();
+    EXPECT_EQ(std::vector<std::string>{p96 + "|48"},
+              YxHolderTest_Query(db, "SELECT n.wszUuid, length(p.pAlignmentMatrix) FROM plateinfo p JOIN wellplatename n "
+                                     "ON n.iKey=p.iWellplatenameKeyRef"));
+    // The wells found from the stage positions, each holding its twelve frames.
+    EXPECT_EQ((std::vector<std::string>{"13|B2|12", "14|B3|12", "25|C2|12", "26|C3|12"}),
+              YxHolderTest_Query(db, "SELECT w.iWellIndex, w.wszName, count(f.iKey) FROM wellinfo w JOIN framewellinfo f "
+                                     "ON f.iWellinfoKeyRef=w.iKey GROUP BY w.iKey ORDER BY w.iWellIndex"));
+    // The well qualifier recorded with each frame agrees with its well.
+    EXPECT_EQ(std::vector<std::string>{"0"},
+              YxHolderTest_Query(db, "SELECT count(*) FROM framewellinfo f JOIN wellinfo w ON w.iKey=f.iWellinfoKeyRef "
+                                     "JOIN framequal q ON q.iJobrunKeyRef=f.iJobrunKeyRef AND q.iFrameIndex=f.iFrameIndex "
+                                     "JOIN qualstr s ON s.iKey=q.iQualstrKeyRef WHERE s.wszName<>w.wszName"));
+    EXPECT_EQ(std::vector<std::string>{"48"}, YxHolderTest_Query(db, "SELECT count(*) FROM frameplateinfo"));
+    sqlite3_close(db);
+}
+
+}  // namespace

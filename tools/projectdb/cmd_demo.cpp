@@ -2,7 +2,7 @@
 // application does while a time-lapse job runs - project, job definition,
 // program with its task tree and properties, the run with its folder, image
 // files with their planes, loops and loop indexes, frames with properties,
-// qualifiers, tags and well positions, a segmentation layer with objects,
+// qualifiers, tags and their wells on a 96-well plate, a segmentation layer with objects,
 // traces and their properties, the run statistics, and the finished run -
 // and prints what was stored. Running it again adds another run to the same
 // database.
@@ -11,6 +11,7 @@
 #include "framework/yxfilesystem.h"
 #include "gnr_projectdb/connection.h"
 #include "gnr_projectdb/db.h"
+#include "gnr_projectdb/holders.h"
 #include "gnr_projectdb/records_binobj.h"
 #include "gnr_projectdb/records_file.h"
 #include "gnr_projectdb/records_frame.h"
@@ -120,7 +121,7 @@ int Demo(const std::vector<std::string>& args) {
 
     bool created = false;
     if (!YxFs_Exists(dbPath)) {
-        const int rc = YxProjectDb_Db_Jobs_Create(dbPath);
+        const int rc = YxProjectDb_Db_Jobs_CreateWithUpgrades(dbPath);
         if (rc != 0) return YxTool_Fail("cannot create " + Narrow(dbPath), rc);
         created = true;
     }
@@ -282,15 +283,41 @@ int Demo(const std::vector<std::string>& args) {
     if (step.status == 0) step.Check(YxProjectDb_Framequal_InsertMany(h, frameQuals), "frame qualifiers");
     if (step.status == 0) step.Check(YxProjectDb_Frametag_InsertMany(h, frameTags), "frame tags");
     if (step.status == 0) {
-        std::vector<SYxProjectDbRow_framewellinfo> frameWells;
-        std::int64_t wellKeys[kPositions] = {};
+        // The plate: the catalog's 96-well plate, aligned to the stage (turned
+        // a little, offset). Each position is a stage point near the centre of
+        // its well; the well is found from the stage point, as the acquisition
+        // does, and recorded with the plate (plateinfo, wellinfo), then every
+        // frame is linked to its plate and well.
+        SYxHolderEntry plate;
+        const SYxHolderAlignment stage = YxHolder_MakeAlignment(0.4, 1.0, 12.5, 7.25);
+        step.Check(YxProjectDb_Holder_UpdateCatalogs(h), "holder catalog");  // files made before the catalog
+        if (step.status == 0) step.Check(YxProjectDb_Holder_Find(h, L"96", plate), "plate type");
+        std::vector<int> wellOfPosition;
         for (int p = 0; p < kPositions && step.status == 0; ++p) {
-            SYxProjectDbRow_wellinfo well{0, runKey, p, CYxStringW::Format(L"%s", (p < 2 ? L"B" : L"C"))};
-            well.wszName.AppendFormat(L"%d", 2 + p % 2);
-            step.Check(YxProjectDb_Row_Insert(h, well, &wellKeys[p]), "well");
+            const int target = YxHolder_ElementIndex(plate.layout, CYxStringW::Format(L"%s%d", p < 2 ? L"B" : L"C", 2 + p % 2));
+            const SYxHolderPoint c = plate.layout.elements[static_cast<std::size_t>(target < 0 ? 0 : target)].center;
+            const SYxHolderPoint at = YxHolder_HolderToStage(stage, c.x + 0.4, c.y - 0.3);
+            SYxHolderPoint onPlate;
+            step.Check(YxHolder_StageToHolder(stage, at.x, at.y, &onPlate), "stage position");
+            const int well = YxHolder_FindElement(plate.layout, onPlate.x, onPlate.y);
+            if (well < 0) step.Check(YXPDB_E_NOTFOUND, "well of a stage position");
+            wellOfPosition.push_back(well);
         }
-        for (const auto& f : frames) frameWells.push_back({0, runKey, wellKeys[f.iFrameIndex % kPositions], f.iFrameIndex});
+        std::int64_t plateKey = 0;
+        std::vector<std::int64_t> wellKeys;
+        if (step.status == 0)
+            step.Check(YxProjectDb_Holder_AddRunPlate(h, runKey, plate, L"Demo plate", L"DEMO-0001", stage, wellOfPosition,
+                                                      &plateKey, &wellKeys),
+                       "plate and wells");
+        std::vector<SYxProjectDbRow_framewellinfo> frameWells;
+        std::vector<SYxProjectDbRow_frameplateinfo> framePlates;
+        for (const auto& f : frames)
+            if (step.status == 0) {
+                frameWells.push_back({0, runKey, wellKeys[static_cast<std::size_t>(f.iFrameIndex % kPositions)], f.iFrameIndex});
+                framePlates.push_back({0, runKey, plateKey, f.iFrameIndex});
+            }
         if (step.status == 0) step.Check(YxProjectDb_Framewellinfo_InsertMany(h, frameWells), "frame wells");
+        if (step.status == 0) step.Check(YxProjectDb_Frameplateinfo_InsertMany(h, framePlates), "frame plates");
     }
 
     // ---- segmentation: a nuclei layer, one trace per nucleus and position,
