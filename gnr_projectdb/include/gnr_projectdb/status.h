@@ -33,4 +33,17 @@ enum EYxProjectDbStatus {
     YXPDB_E_HOLDER_DATA = -70,
     // Sample holders: a name part that matches more than one holder.
     YXPDB_E_AMBIGUOUS = -71,
+    // Queue: a push found the queue still full when its timeout ran out.
+    YXPDB_E_QUEUE_TIMEOUT = -80,
+    // Queue: closed; it takes no more items.
+    YXPDB_E_QUEUE_CLOSED = -81,
+    // Queue: cancelled, by the caller or by the stop-on-failure policy.
+    YXPDB_E_QUEUE_CANCELLED = -82,
+    // Queue: a call that the queue's state does not allow (started twice,
+    // waited for from its own worker thread, ...).
+    YXPDB_E_QUEUE_STATE = -83,
+    // Queue: a null argument or options that make no queue.
+    YXPDB_E_QUEUE_ARGUMENT = -84,
+    // Queue: an item's work threw an exception (the item's failure status).
+    YXPDB_E_QUEUE_EXCEPTION = -85,
 };
