@@ -29,7 +29,8 @@
 // worker threads, except that Cancel hands the items it takes out of the
 // stage buffers to the cancel callback on the thread that calls Cancel.
 // Item work and callbacks may call Cancel, Close, GetStatistics and a Push
-// with a timeout of 0; they must not call Wait. No exception escapes a
+// with a timeout of 0; they must not call Wait or destroy the master. The
+// callbacks may run on several threads at once. No exception escapes a
 // worker thread: an exception from an item's work becomes the item's
 // failure (YXPDB_E_QUEUE_EXCEPTION); one from a callback is swallowed.
 #pragma once
@@ -159,7 +160,8 @@ public:
     //   kind; YXPDB_E_GENERIC when memory runs out. *out is left alone on
     //   failure.
     static int Create(const SYxQueueOptions& options, std::unique_ptr<CYxQueueMaster>* out);
-    // Cancels what is not done and waits for the workers; never throws.
+    // Cancels what is not done and waits for the workers; never throws. Not
+    // to be run by the master's own worker threads.
     ~CYxQueueMaster();
     CYxQueueMaster(const CYxQueueMaster&) = delete;
     CYxQueueMaster& operator=(const CYxQueueMaster&) = delete;
