@@ -6,6 +6,7 @@
 #include "gnr_projectdb/schema.h"
 #include "gnr_projectdb/schema/app_schema.h"
 #include "gnr_projectdb/sqlfunctions.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 #include "gnr_projectdb/sys.h"
 
@@ -106,8 +107,18 @@ YxProjectDbHandle YxDb_Connect(const SYxDbFlavour& flavour, const wchar_t* path)
     sqlite3_busy_timeout(db, 60000);
 
     const bool network = YxProjectDb_Sys_IsNetworkPath(path);
+    // Stored values are data: anything that is not one of SQLite's own values
+    // counts as absent, and the default applies.
     CYxStringW journal = ReadSetting(db, L"journal_mode");
     CYxStringW synchronous = ReadSetting(db, L"synchronous");
+    if (!journal.IsEmpty() && !YxSqlite_IsJournalModeValue(journal)) {
+        YX_DIAG_WARN(L"Ignored the stored journal mode \"%s\" of %s", journal, path);
+        journal.Empty();
+    }
+    if (!synchronous.IsEmpty() && !YxSqlite_IsSynchronousValue(synchronous)) {
+        YX_DIAG_WARN(L"Ignored the stored synchronous value \"%s\" of %s", synchronous, path);
+        synchronous.Empty();
+    }
     // The stored journal mode is read but not applied: only the network rule
     // below changes the file's mode.
     if (journal.IsEmpty()) journal = network ? L"delete" : L"wal";
@@ -119,10 +130,11 @@ YxProjectDbHandle YxDb_Connect(const SYxDbFlavour& flavour, const wchar_t* path)
         const CYxStringW mode = YxSqlite_ReadOneStringW(db, L"PRAGMA journal_mode;", &err);
         if (err != SQLITE_OK) ok = false;
         else if (mode.EqualsNoCase(L"wal"))
-            ok = YxSqlite_Execute(db, L"PRAGMA journal_mode=delete;", nullptr, true) == SQLITE_OK;
+            ok = YxSqlite_ExecuteSingle(db, L"PRAGMA journal_mode=delete;", nullptr, true) == SQLITE_OK;
     }
-    if (ok) ok = YxSqlite_Execute(db, CYxStringW::Format(L"PRAGMA synchronous=%s;", synchronous), nullptr, true) ==
-                 SQLITE_OK;
+    if (ok)
+        ok = YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"PRAGMA synchronous=%s;", synchronous), nullptr, true) ==
+             SQLITE_OK;
     if (ok && flavour.bParentTriggers) ok = YxSqlite_Execute(db, kParentTriggers, &error, true) == SQLITE_OK;
     if (!ok) {
         YX_DIAG_WARN(L"Cannot connect to the %s database %s", flavour.wszKind, path);

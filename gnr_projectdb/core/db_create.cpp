@@ -11,8 +11,11 @@
 #include <sqlite3.h>
 
 int YxDb_CommonPragmas(sqlite3* db) {
-    return YxSqlite_Execute(db, L"PRAGMA legacy_file_format=0;PRAGMA recursive_triggers=1;PRAGMA foreign_keys=1;",
-                            nullptr, true);
+    int rc = SQLITE_OK;
+    for (const wchar_t* pragma :
+         {L"PRAGMA legacy_file_format=0;", L"PRAGMA recursive_triggers=1;", L"PRAGMA foreign_keys=1;"})
+        if (rc == SQLITE_OK) rc = YxSqlite_ExecuteSingle(db, pragma, nullptr, true);
+    return rc;
 }
 
 const wchar_t* YxDb_DefaultJournalMode(const wchar_t* path) {

@@ -1,6 +1,7 @@
 // Transactions, savepoints and the scoped transaction guard.
 #include "framework/yxdiag.h"
 #include "gnr_projectdb/core/db_internal.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 
 #include <sqlite3.h>
@@ -11,7 +12,14 @@
 namespace {
 
 int Run(sqlite3* db, const CYxStringW& sql) {
-    return YxSqlite_Execute(db, sql, nullptr, true) == SQLITE_OK ? YXPDB_OK : YXPDB_E_NOCONNECTION;
+    return YxSqlite_ExecuteSingle(db, sql, nullptr, true) == SQLITE_OK ? YXPDB_OK : YXPDB_E_NOCONNECTION;
+}
+
+// A savepoint statement; the name is spliced bare, so it must be a plain
+// identifier. A refused name runs nothing and fails as the statement would.
+int RunSavepoint(sqlite3* db, const wchar_t* format, const wchar_t* name) {
+    if (YxSqlite_CheckIdentifier(name) != SQLITE_OK) return YXPDB_E_NOCONNECTION;
+    return Run(db, CYxStringW::Format(format, name));
 }
 }  // namespace
 
@@ -23,7 +31,7 @@ int YxProjectDb_Db_TransactionBegin(YxProjectDbHandle handle) {
     // is reported instead of retried for ever.
     for (;;) {
         CYxStringW error;
-        const int rc = YxSqlite_Execute(db, L"BEGIN EXCLUSIVE TRANSACTION;", &error, false);
+        const int rc = YxSqlite_ExecuteSingle(db, L"BEGIN EXCLUSIVE TRANSACTION;", &error, false);
         if (rc == SQLITE_OK) return YXPDB_OK;
         if (rc != SQLITE_BUSY && rc != SQLITE_LOCKED) {
             YX_DIAG_WARN(L"Cannot begin a transaction: %s", error);
@@ -48,18 +56,18 @@ int YxProjectDb_Db_TransactionRollback(YxProjectDbHandle handle) {
 int YxProjectDb_Db_SavepointSet(YxProjectDbHandle handle, const wchar_t* name) {
     sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
-    return Run(db, CYxStringW::Format(L"SAVEPOINT %s;", name));
+    return RunSavepoint(db, L"SAVEPOINT %s;", name);
 }
 
 int YxProjectDb_Db_SavepointRelease(YxProjectDbHandle handle, const wchar_t* name) {
     sqlite3* db = YxDb_Conn(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
-    return Run(db, CYxStringW::Format(L"RELEASE SAVEPOINT %s;", name));
+    return RunSavepoint(db, L"RELEASE SAVEPOINT %s;", name);
 }
 
 int YxProjectDb_Db_SavepointRollback(YxProjectDbHandle handle, const wchar_t* name) {
     // No connection test here: the SQL layer refuses a null connection.
-    return Run(YxDb_Conn(handle), CYxStringW::Format(L"ROLLBACK TRANSACTION TO SAVEPOINT %s;", name));
+    return RunSavepoint(YxDb_Conn(handle), L"ROLLBACK TRANSACTION TO SAVEPOINT %s;", name);
 }
 
 CYxProjectDb_Db_TransactionHolder::CYxProjectDb_Db_TransactionHolder(YxProjectDbHandle handle)

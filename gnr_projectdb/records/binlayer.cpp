@@ -32,29 +32,24 @@ int YxProjectDb_Binlayer_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKe
 int YxProjectDb_Binlayer_Find(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t assayrunKey,
                               const wchar_t* name, const wchar_t* compName, SYxProjectDbRow_binlayer& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L"%s=%I64d AND %s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef",
+    return GetOneFormatted(handle, row, L"%s=%I64d AND %s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef",
                                           jobrunKey, L"iAssayrunKeyRef", assayrunKey, L"wszName", Text(name),
-                                          L"wszCompName", Text(compName)),
-                       row);
+                                          L"wszCompName", Text(compName));
 }
 
 int YxProjectDb_Binlayer_Find(YxProjectDbHandle handle, std::int64_t jobrunKey, const wchar_t* name,
                               const wchar_t* compName, SYxProjectDbRow_binlayer& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L"%s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef", jobrunKey,
-                                          L"wszName", Text(name), L"wszCompName", Text(compName)),
-                       row);
+    return GetOneFormatted(handle, row, L"%s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef", jobrunKey,
+                                          L"wszName", Text(name), L"wszCompName", Text(compName));
 }
 
 int YxProjectDb_Binlayer_GetIKey(YxProjectDbHandle handle, const wchar_t* uuid, std::int64_t& key) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kLayer.wszName;
-    int rc = 0;
-    key = ReadInt64(handle,
-                    CYxStringW::Format(L"SELECT %s.%s FROM %s WHERE %s.%s='%s'", t, L"iKey", t, t, L"wszUuid",
-                                       Text(uuid)),
-                    &rc);
+    CYxStringW sql;
+    int rc = YxSqlite_Format(sql, L"SELECT %s.%s FROM %s WHERE %s.%s='%s'", t, L"iKey", t, t, L"wszUuid", Text(uuid));
+    if (rc != 0) return rc;
+    key = ReadInt64(handle, sql, &rc);
     return rc;
 }

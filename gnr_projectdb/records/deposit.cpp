@@ -32,7 +32,7 @@ int YxProjectDb_Deposit_Update(YxProjectDbHandle handle, std::int64_t key, std::
 
 int YxProjectDb_Deposit_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYxProjectDbRow_deposit& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle, CYxStringW::Format(L" %s='%s'", L"wszUuid", uuid ? uuid : L""), row);
+    return GetOneFormatted(handle, row, L" %s='%s'", L"wszUuid", uuid ? uuid : L"");
 }
 
 int YxProjectDb_Deposit_GetMany(YxProjectDbHandle handle, std::int64_t jobdefKey,

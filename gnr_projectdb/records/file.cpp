@@ -78,7 +78,7 @@ int Yx_ProjectDb_File_Exists(YxProjectDbHandle handle, const wchar_t* uuid, bool
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
     exists = false;
     std::vector<SYxProjectDbRow_file> rows;
-    const int rc = GetManyWhere(handle, CYxStringW::Format(L"%s='%s'", L"wszUuid", uuid ? uuid : L""), rows);
+    const int rc = GetManyFormatted(handle, rows, L"%s='%s'", L"wszUuid", uuid ? uuid : L"");
     for (const SYxProjectDbRow_file& r : rows)
         if (r.iKey != 0) exists = true;
     return rc;

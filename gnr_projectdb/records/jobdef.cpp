@@ -23,7 +23,7 @@ int YxProjectDb_Jobdef_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYx
 int YxProjectDb_Jobdef_GetOneOrMany(YxProjectDbHandle handle, const wchar_t* name,
                                     std::vector<SYxProjectDbRow_jobdef>& rows) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s='%s'", L"wszName", name ? name : L""), rows);
+    return GetManyFormatted(handle, rows, L"%s='%s'", L"wszName", name ? name : L"");
 }
 
 int YxProjectDb_Jobdef_GetMany(YxProjectDbHandle handle, std::int64_t projKey,

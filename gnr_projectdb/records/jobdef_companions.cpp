@@ -67,8 +67,8 @@ int MarkDelete(YxProjectDbHandle handle, std::int64_t jobdefKey) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = Row::Def().wszName;
-    return YxSqlite_Execute(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s.%s=%I64d", t, t, L"iJobdefKeyRef",
-                                                   jobdefKey));
+    return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s.%s=%I64d", t, t, L"iJobdefKeyRef",
+                                                         jobdefKey));
 }
 
 }  // namespace
@@ -108,9 +108,12 @@ int YxProjectDb_Jobclasslaststate_GetOne(YxProjectDbHandle handle, const wchar_t
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = L"jobclasslaststate";
-    CYxSqliteCmd cmd(db, CYxStringW::Format(L"SELECT %s.%s, %s.%s, %s.%s, %s.%s, %s.%s FROM %s WHERE %s.%s='%s';", t,
-                                            L"iVersion", t, L"iState", t, L"wszName", t, L"pData", t, L"dMTime", t, t,
-                                            L"wszUniqueName", uniqueName ? uniqueName : L""));
+    CYxStringW sql;
+    if (const int rc = YxSqlite_Format(sql, L"SELECT %s.%s, %s.%s, %s.%s, %s.%s, %s.%s FROM %s WHERE %s.%s='%s';", t,
+                                       L"iVersion", t, L"iState", t, L"wszName", t, L"pData", t, L"dMTime", t, t,
+                                       L"wszUniqueName", uniqueName ? uniqueName : L""))
+        return rc;
+    CYxSqliteCmd cmd(db, sql);
     if (cmd.Next()) {
         cmd.Column(0, state.iVersion);
         cmd.Column(1, state.iState);
@@ -153,10 +156,8 @@ int YxProjectDb_Jobuser_GetOne(YxProjectDbHandle handle, const wchar_t* username
                                SYxProjectDbRow_jobuser& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
     SYxProjectDbRow_jobuser found{};
-    const int rc = GetOneWhere(handle,
-                               CYxStringW::Format(L"%s='%s' AND %s='%s'", L"wszUsername", username ? username : L"",
-                                                  L"wszPassword", password ? password : L""),
-                               found);
+    const int rc = GetOneFormatted(handle, found, L"%s='%s' AND %s='%s'", L"wszUsername", username ? username : L"",
+                                                  L"wszPassword", password ? password : L"");
     if (rc != 0) return rc;
     if (found.iKey == 0) return YXPDB_E_NOTFOUND;
     row = found;
@@ -195,7 +196,7 @@ int YxProjectDb_Jobuser_UpdateOrInsert(YxProjectDbHandle handle, const wchar_t* 
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
     SYxProjectDbRow_jobuser row{};
-    int rc = GetOneWhere(handle, CYxStringW::Format(L"  %s='%s' ", L"wszUsername", username ? username : L""), row);
+    int rc = GetOneFormatted(handle, row, L"  %s='%s' ", L"wszUsername", username ? username : L"");
     if (rc != 0) return rc;
     if (row.iKey != 0) {
         rc = YxProjectDb_Jobuser_Update(handle, row.iKey, username, password);

@@ -28,7 +28,7 @@ void BindPropdef(CYxSqliteCmd& cmd, std::int64_t programKey, const CYxStringW& p
 }
 
 int DeleteWhere(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* column, std::int64_t key) {
-    return YxSqlite_Execute(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=%I64d", def.wszName, column, key));
+    return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=%I64d", def.wszName, column, key));
 }
 }  // namespace
 
@@ -55,6 +55,11 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
                                   std::vector<SYxProjectDbJobpropdefValues>& defs) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
+    // Enumeration values are spliced into the batches: refuse a quote before
+    // anything is deleted.
+    for (const SYxProjectDbJobpropdefValues& d : defs)
+        for (const CYxStringW& v : d.values)
+            if (const int r = YxSqlite_CheckQuotedText(v)) return r;
     int rc = DeleteWhere(db, kPropdef, L"iJobprogramKeyRef", programKey);
     if (rc != 0) return rc;
     CYxSqliteTransaction tr(db, true, 30);
@@ -82,7 +87,7 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
         if (!ok) continue;
         for (const CYxStringW& v : d.values) {
             if (!batch.IsEmpty()) batch += L",";
-            batch.AppendFormat(L"(%I64d,'%s')", rowid, v);
+            YxSqlite_AppendFormat(batch, L"(%I64d,'%s')", rowid, v);  // checked above
             // The counter is tested before it counts the value just added: a
             // batch holds 102 values.
             if (count > 100) flush();
@@ -104,29 +109,33 @@ int YxProjectDb_Jobpropdef_GetAll(YxProjectDbHandle handle, std::int64_t program
 int YxProjectDb_Jobpropdef_GetOne(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
                                   SYxProjectDbRow_jobpropdef& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszPropkey",
-                                          propKey ? propKey : L""),
-                       row);
+    CYxStringW where;
+    if (const int rc = YxSqlite_Format(where, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszPropkey",
+                                       propKey ? propKey : L""))
+        return rc;
+    return GetOneWhere(handle, where, row);
 }
 
 int YxProjectDb_Jobpropdef_GetIkey(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
                                    std::int64_t* key) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    CYxStringW sql;
+    if (const int rc = YxSqlite_Format(sql, L" SELECT iKey FROM %s WHERE %s=%I64d AND %s='%s' ", L"jobpropdef",
+                                       L"iJobprogramKeyRef", programKey, L"wszPropkey", propKey ? propKey : L""))
+        return rc;
     int status = 0;
-    const std::int64_t k =
-        ReadInt64(handle,
-                  CYxStringW::Format(L" SELECT iKey FROM %s WHERE %s=%I64d AND %s='%s' ", L"jobpropdef",
-                                     L"iJobprogramKeyRef", programKey, L"wszPropkey", propKey ? propKey : L""),
-                  &status);
+    const std::int64_t k = ReadInt64(handle, sql, &status);
     if (key) *key = k;
     return status;
 }
 
 int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey) {
-    return Execute(handle, CYxStringW::Format(L"DELETE FROM %s WHERE %s=%I64d AND %s='%s'", L"jobpropdef",
-                                              L"iJobprogramKeyRef", programKey, L"wszPropkey",
-                                              propKey ? propKey : L""));
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    CYxStringW sql;
+    if (const int rc = YxSqlite_Format(sql, L"DELETE FROM %s WHERE %s=%I64d AND %s='%s'", L"jobpropdef",
+                                       L"iJobprogramKeyRef", programKey, L"wszPropkey", propKey ? propKey : L""))
+        return rc;
+    return Execute(handle, sql);
 }
 
 int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t key) {

@@ -65,10 +65,16 @@ int YxProjectDb_JobrunState_SetState(sqlite3* db, std::int64_t runKey, const wch
         db, CYxStringW::Format(L"SELECT %s FROM %s WHERE %s=%I64d LIMIT 1;", L"iKey", L"jobrunstate", L"iJobrunKeyRef",
                                runKey),
         &error);
-    if (error == SQLITE_DONE)
-        return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"INSERT INTO %s(%s,%s) VALUES(%I64d,'%s');", L"jobrunstate",
-                                                       L"iJobrunKeyRef", L"wszState", runKey, state ? state : L""));
+    CYxStringW sql;
+    if (error == SQLITE_DONE) {
+        if (const int rc = YxSqlite_Format(sql, L"INSERT INTO %s(%s,%s) VALUES(%I64d,'%s');", L"jobrunstate",
+                                           L"iJobrunKeyRef", L"wszState", runKey, state ? state : L""))
+            return rc;
+        return YxSqlite_ExecuteSingle(db, sql);
+    }
     if (error != 0) return error;
-    return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"UPDATE %s SET %s='%s' WHERE iKey=%I64d;", L"jobrunstate",
-                                                   L"wszState", state ? state : L"", key));
+    if (const int rc = YxSqlite_Format(sql, L"UPDATE %s SET %s='%s' WHERE iKey=%I64d;", L"jobrunstate", L"wszState",
+                                       state ? state : L"", key))
+        return rc;
+    return YxSqlite_ExecuteSingle(db, sql);
 }

@@ -4,6 +4,8 @@
 
 #include "gnr_projectdb/records/table_ops.h"
 
+#include <cwchar>
+
 using namespace yxrec;
 
 namespace {
@@ -31,9 +33,21 @@ CYxStringW JoinText(const wchar_t* source, const wchar_t* stat, const wchar_t* d
                               L"iJobrunKeyRef", source, defColumn, stat, defColumn);
 }
 
-void AppendTail(CYxStringW& script, const wchar_t* stat, bool deleteEmpty) {
-    if (deleteEmpty) script.AppendFormat(L"DELETE FROM %s WHERE %s=0; \n", stat, L"iCount");
-    script += L"COMMIT; \n";
+// Runs the update (which carries the caller's condition) as exactly one
+// statement inside a transaction of its own, then, when asked, deletes the
+// rows left empty. Any failure rolls the transaction back, so the handle is
+// never left inside it.
+int RunStats(YxProjectDbHandle handle, const CYxStringW& update, const wchar_t* stat, bool deleteEmpty) {
+    sqlite3* db = Db(handle);
+    if (!db) return YXPDB_E_NOCONNECTION;
+    int rc = YxSqlite_ExecuteSingle(db, L"BEGIN;");
+    if (rc != 0) return rc;
+    rc = YxSqlite_ExecuteSingle(db, update);
+    if (rc == 0 && deleteEmpty)
+        rc = YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=0;", stat, L"iCount"));
+    if (rc == 0) rc = YxSqlite_ExecuteSingle(db, L"COMMIT;");
+    if (rc != 0 && !sqlite3_get_autocommit(db)) YxSqlite_ExecuteSingle(db, L"ROLLBACK;", nullptr, false);
+    return rc;
 }
 }  // namespace
 
@@ -46,7 +60,7 @@ int YxProjectDb_Jobrunpropstat_UpdateStats(YxProjectDbHandle handle, int entity,
     const CYxStringW j = JoinText(source, stat, L"iPropdefKeyRef");
     const wchar_t* v = L"dValue";
     CYxStringW script = CYxStringW::Format(
-        L"BEGIN; \nUPDATE %s SET \n"
+        L"UPDATE %s SET \n"
         L"  %s = (SELECT count(%s)                          FROM %s), \n"
         L"  %s = (SELECT count(DISTINCT %s)                 FROM %s), \n"
         L"  %s = (SELECT min(%s)                            FROM %s), \n"
@@ -59,8 +73,7 @@ int YxProjectDb_Jobrunpropstat_UpdateStats(YxProjectDbHandle handle, int entity,
         L"dStatSqSum", v, v, j, L"dStatDecSum", v, v, j, condition ? condition : L"");
     if (onlyNull) script.AppendFormat(L" AND %s=%d AND %s IS NULL; \n", L"iOnEntity", entity, L"iCount");
     else script.AppendFormat(L" AND %s=%d; \n", L"iOnEntity", entity);
-    AppendTail(script, stat, deleteEmpty);
-    return Execute(handle, script);
+    return RunStats(handle, script, stat, deleteEmpty);
 }
 
 int YxProjectDb_Jobrunqualstat_UpdateStats(YxProjectDbHandle handle, int entity, const wchar_t* condition,
@@ -70,7 +83,7 @@ int YxProjectDb_Jobrunqualstat_UpdateStats(YxProjectDbHandle handle, int entity,
     if (!source) return YXPDB_E_NOTFOUND;
     const wchar_t* stat = L"jobrunqualstat";
     const CYxStringW j = JoinText(source, stat, L"iQualdefKeyRef");
-    CYxStringW script = CYxStringW::Format(L"BEGIN; \nUPDATE %s SET \n"
+    CYxStringW script = CYxStringW::Format(L"UPDATE %s SET \n"
                                            L"  %s = (SELECT count(%s)                   FROM %s), \n"
                                            L"  %s = (SELECT count(DISTINCT %s)          FROM %s)  \n"
                                            L"WHERE %s",
@@ -80,8 +93,7 @@ int YxProjectDb_Jobrunqualstat_UpdateStats(YxProjectDbHandle handle, int entity,
     // condition are computed from this entity's source.
     if (onlyNull) script.AppendFormat(L" AND %s=%d AND %s IS NULL; \n", L"iOnEntity", entity, L"iCount");
     else script += L";\n";
-    AppendTail(script, stat, deleteEmpty);
-    return Execute(handle, script);
+    return RunStats(handle, script, stat, deleteEmpty);
 }
 
 int YxProjectDb_Jobruntagstat_UpdateStats(YxProjectDbHandle handle, const wchar_t* condition, bool onlyNull,
@@ -89,15 +101,18 @@ int YxProjectDb_Jobruntagstat_UpdateStats(YxProjectDbHandle handle, const wchar_
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
     const wchar_t* stat = L"jobruntagstat";
     const CYxStringW j = JoinText(L"frametag", stat, L"iTagdefKeyRef");
-    CYxStringW script = CYxStringW::Format(L"BEGIN; \nUPDATE %s SET \n  %s = (SELECT count(*) FROM %s) \nWHERE %s", stat,
+    CYxStringW script = CYxStringW::Format(L"UPDATE %s SET \n  %s = (SELECT count(*) FROM %s) \nWHERE %s", stat,
                                            L"iCount", j, condition ? condition : L"");
     if (onlyNull) script.AppendFormat(L" AND %s IS NULL; \n", L"iCount");
     else script += L";\n";
-    AppendTail(script, stat, deleteEmpty);
-    return Execute(handle, script);
+    return RunStats(handle, script, stat, deleteEmpty);
 }
 
 int YxProjectDb_Jobrunpropstat_ResetStats(YxProjectDbHandle handle, const wchar_t* keys) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    // The list is spliced into "IN (...)": it may hold keys and nothing else.
+    for (const wchar_t* k = keys; k && *k; ++k)
+        if (!std::wcschr(L"0123456789-+, ", *k)) return SQLITE_ERROR;
     return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, "
                                               L"%s=NULL WHERE %s IN (%s);",
                                               L"jobrunpropstat", L"iCount", L"iDistinctCount", L"dStatMin", L"dStatMax",

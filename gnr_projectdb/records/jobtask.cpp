@@ -73,10 +73,8 @@ int YxProjectDb_Jobtask_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SY
 int YxProjectDb_Jobtask_GetOne(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* name,
                                SYxProjectDbRow_jobtask& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszName",
-                                          name ? name : L""),
-                       row);
+    return GetOneFormatted(handle, row, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszName",
+                                          name ? name : L"");
 }
 
 int YxProjectDb_Jobtask_GetMany(YxProjectDbHandle handle, std::int64_t programKey,
@@ -96,10 +94,8 @@ int YxProjectDb_Jobtask_GetMany(YxProjectDbHandle handle, std::int64_t programKe
 int YxProjectDb_Jobtask_GetAllWithClass(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* className,
                                         std::vector<SYxProjectDbRow_jobtask>& rows) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle,
-                        CYxStringW::Format(L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszClassName",
-                                           className ? className : L""),
-                        rows);
+    return GetManyFormatted(handle, rows, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszClassName",
+                                           className ? className : L"");
 }
 
 int YxProjectDb_Jobtask_GetAllWithState(YxProjectDbHandle handle, std::int64_t programKey, std::int64_t bits,

@@ -148,7 +148,7 @@ int YxProjectDb_Measurements_GetAllNames(YxProjectDbHandle handle, std::vector<C
         sql += L" WHERE iDefinitionKeyRef = (SELECT iKey FROM definitions WHERE ";
         for (std::size_t i = 0; i < modules.size(); ++i) {
             if (i) sql += L" OR ";
-            sql.AppendFormat(L"wszModule=\"%s\"", modules[i]);
+            if (const int rc = YxSqlite_AppendFormat(sql, L"wszModule=\"%s\"", modules[i])) return rc;
         }
         sql += L");";
     }

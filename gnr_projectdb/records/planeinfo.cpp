@@ -33,9 +33,13 @@ int YxProjectDb_PlaneInfo_InsertOrReplace(YxProjectDbHandle handle, std::int64_t
                                           SYxProjectDbRow_planeinfo& row, std::int32_t position) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
-    row.iKey = ReadInt64(handle, CYxStringW::Format(L"SELECT %s FROM %s WHERE %s = '%s' AND %s = %d", L"iKey",
-                                                    kPlane.wszName, L"wszPlaneName", row.wszPlaneName,
-                                                    L"iComponents", row.iComponents));
+    // The look-up's own failure is not examined: a name that the guard
+    // refuses (it holds a quote) finds no plane, as a failed look-up does.
+    CYxStringW sql;
+    row.iKey = YxSqlite_Format(sql, L"SELECT %s FROM %s WHERE %s = '%s' AND %s = %d", L"iKey", kPlane.wszName,
+                               L"wszPlaneName", row.wszPlaneName, L"iComponents", row.iComponents) == 0
+                   ? ReadInt64(handle, sql)
+                   : 0;
     CYxSqliteInsert ins(db, kPlane, {L"wszPlaneName", L"iComponents", L"pData"});
     if (row.iKey != 0) {
         // The newest description of the plane replaces the stored one.
@@ -52,10 +56,8 @@ int YxProjectDb_PlaneInfo_InsertOrReplace(YxProjectDbHandle handle, std::int64_t
 int YxProjectDb_PlaneInfo_GetOne(YxProjectDbHandle handle, const wchar_t* planeName, std::int32_t components,
                                  SYxProjectDbRow_planeinfo& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L"%s='%s' AND %s=%I32d", L"wszPlaneName", planeName ? planeName : L"",
-                                          L"iComponents", components),
-                       row);
+    return GetOneFormatted(handle, row, L"%s='%s' AND %s=%I32d", L"wszPlaneName", planeName ? planeName : L"",
+                                          L"iComponents", components);
 }
 
 int YxProjectDb_PlaneInfo_GetMany(YxProjectDbHandle handle, std::list<SYxProjectDbRow_planeinfo>& rows,

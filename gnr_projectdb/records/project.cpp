@@ -100,7 +100,7 @@ int YxProjectDb_Proj_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProje
 
 int YxProjectDb_Proj_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYxProjectDbRow_project& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle, CYxStringW::Format(L"%s.%s='%s'", kProj.wszName, L"wszUuid", uuid ? uuid : L""), row);
+    return GetOneFormatted(handle, row, L"%s.%s='%s'", kProj.wszName, L"wszUuid", uuid ? uuid : L"");
 }
 
 int YxProjectDb_Proj_GetAll(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_project>& rows) {
@@ -122,7 +122,7 @@ int YxProjectDb_Proj_getUUIDFromJobDefUUIDs(YxProjectDbHandle handle, const std:
     CYxStringW where;
     for (const CYxStringW& u : jobdefUuids) {
         where += where.IsEmpty() ? L" WHERE " : L" OR ";
-        where.AppendFormat(L" %s.%s = '%s' ", L"jobdef", L"wszUuid", u);
+        if (const int rc = YxSqlite_AppendFormat(where, L" %s.%s = '%s' ", L"jobdef", L"wszUuid", u)) return rc;
     }
     const CYxStringW sql = CYxStringW::Format(L"SELECT %s.%s FROM %s  JOIN %s ON %s.%s = %s.%s %s", L"project",
                                               L"wszUuid", L"project", L"jobdef", L"jobdef", L"iProjKeyRef", L"project",

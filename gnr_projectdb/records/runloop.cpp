@@ -83,7 +83,10 @@ int YxProjectDb_Runloop_UpdateIncOrder(YxProjectDbHandle handle, std::int64_t jo
 
 int YxProjectDb_Runloop_ReplaceTaskKeyRefMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                               const wchar_t* mapTable) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    // The map table's name is spliced as a name: it must be an identifier.
     const wchar_t* m = mapTable ? mapTable : L"";
+    if (const int rc = YxSqlite_CheckIdentifier(m)) return rc;
     return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s=ifnull((SELECT %s.%s FROM %s WHERE %s.%s=%s), %s) "
                                               L"WHERE %s=%I64d;",
                                               kLoop.wszName, L"iJobtaskKeyRef", m, L"iValue", m, m, L"iKey",

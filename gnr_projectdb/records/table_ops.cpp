@@ -56,7 +56,13 @@ std::int64_t ReadInt64(YxProjectDbHandle handle, const wchar_t* sql, int* status
 int Execute(YxProjectDbHandle handle, const wchar_t* sql) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
-    return YxSqlite_Execute(db, sql);
+    return YxSqlite_ExecuteSingle(db, sql);
+}
+
+int ExecuteScript(YxProjectDbHandle handle, const wchar_t* script) {
+    sqlite3* db = Db(handle);
+    if (!db) return YXPDB_E_NOCONNECTION;
+    return YxSqlite_Execute(db, script);
 }
 
 bool HasRow(YxProjectDbHandle handle, const wchar_t* sql, int* status) {
@@ -76,7 +82,8 @@ int DeleteKey(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::int64
 int DeleteByParent(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* column, std::int64_t key) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
-    return YxSqlite_Execute(
+    if (const int rc = YxSqlite_CheckColumn(def, column)) return rc;
+    return YxSqlite_ExecuteSingle(
         db, CYxStringW::Format(L"DELETE FROM %s WHERE %s.%s=%I64d;", def.wszName, def.wszName, column, key));
 }
 
@@ -85,7 +92,8 @@ int DeleteManyByUuid(YxProjectDbHandle handle, const SYxSqliteTableDef& def, con
     if (!db) return YXPDB_E_NOCONNECTION;
     if (!uuids || uuids->empty()) return 0;
     CYxStringW list;
-    for (const CYxStringW& u : *uuids) list.AppendFormat(L", '%s'", u);
+    for (const CYxStringW& u : *uuids)
+        if (const int rc = YxSqlite_AppendFormat(list, L", '%s'", u)) return rc;
     return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s IN ('kvuli_carce' %s)", def.wszName,
                                                    L"wszUuid", list));
 }
@@ -95,11 +103,12 @@ bool IsNameUnique(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const 
     if (!Db(handle)) return true;
     const CYxStringW prefix = YxProjectDb_Sys_GetNamePrefix(name ? name : L"", false);
     const wchar_t* t = def.wszName;
-    const CYxStringW sql = CYxStringW::Format(distinct ? L"SELECT DISTINCT %s.%s FROM %s WHERE %s.%s LIKE '%s%%'"
-                                                       : L"SELECT %s.%s FROM %s WHERE %s.%s LIKE '%s%%'",
-                                              t, nameColumn, t, t, nameColumn, prefix);
+    CYxStringW sql;
     std::vector<CYxStringW> names;
-    ReadStrings(handle, sql, names, false);
+    if (YxSqlite_Format(sql, distinct ? L"SELECT DISTINCT %s.%s FROM %s WHERE %s.%s LIKE '%s%%'"
+                                      : L"SELECT %s.%s FROM %s WHERE %s.%s LIKE '%s%%'",
+                        t, nameColumn, t, t, nameColumn, prefix) == 0)
+        ReadStrings(handle, sql, names, false);
     return YxProjectDb_Sys_IsNameUnique(name ? name : L"", names, uniqueName, true, false);
 }
 
@@ -121,9 +130,12 @@ int GetAllUuuids(YxProjectDbHandle handle, const SYxSqliteTableDef& child, const
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
     const wchar_t* c = child.wszName;
     const wchar_t* p = parent.wszName;
-    const CYxStringW sql = CYxStringW::Format(
-        L"SELECT %s.%s  FROM %s JOIN %s ON %s.%s = %s.%s WHERE %s.%s='%s' ORDER BY %s.%s COLLATE NOCASE asc", c,
-        L"wszUuid", c, p, p, L"iKey", c, refColumn, p, L"wszUuid", parentUuid ? parentUuid : L"", c, L"wszName");
+    CYxStringW sql;
+    if (const int rc = YxSqlite_Format(
+            sql, L"SELECT %s.%s  FROM %s JOIN %s ON %s.%s = %s.%s WHERE %s.%s='%s' ORDER BY %s.%s COLLATE NOCASE asc",
+            c, L"wszUuid", c, p, p, L"iKey", c, refColumn, p, L"wszUuid", parentUuid ? parentUuid : L"", c,
+            L"wszName"))
+        return rc;
     return ReadStrings(handle, sql, out, true);
 }
 

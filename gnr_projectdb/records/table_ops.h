@@ -13,10 +13,14 @@
 // result code of the statement (CYxSqliteCmd::Result()).
 //
 // Condition texts are formatted into the SQL text, not bound: keys with
-// "%s=%I64d", texts with "%s='%s'" exactly as given. A text holding a single
-// quote therefore makes the statement fail with the SQLite status; nothing
-// is changed then. Callers that need safety from quotes bind values through
-// the prepared forms (Insert, Update, RemoveMany, ...).
+// "%s=%I64d", texts with "%s='%s'" built by YxSqlite_Format
+// (sqlsupport/yxsqlite_guard.h): a text holding a single quote makes the
+// operation fail with SQLITE_ERROR (1) before any statement runs, so that it
+// never changes which rows are selected. Names passed by callers are checked
+// as identifiers (columns of the table where a column is meant). Every
+// statement built here runs as exactly one statement (CYxSqliteCmd,
+// YxSqlite_ExecuteSingle); only scripts that the library writes itself run
+// through ExecuteScript.
 //
 // Reading: a look-up that finds no row returns 0 and leaves the record as it
 // was (callers test iKey). Sequences are appended to, never cleared.
@@ -42,6 +46,7 @@
 #include "gnr_projectdb/rows.h"
 #include "gnr_projectdb/status.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_cmd.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_transaction.h"
 #include "gnr_projectdb/sys.h"
@@ -169,16 +174,30 @@ int GetOneWhere(YxProjectDbHandle handle, const wchar_t* where, Row& row, const 
     return sel.Result();
 }
 
-// The first row whose text column equals the text: "%s='%s'" (unescaped).
+// The first row whose text column equals the text: "%s='%s'". A text
+// holding a quote: SQLITE_ERROR, no statement.
 template <class Row>
 int GetOneByText(YxProjectDbHandle handle, const wchar_t* column, const wchar_t* text, Row& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle, CYxStringW::Format(L"%s='%s'", column, text ? text : L""), row);
+    CYxStringW where;
+    if (const int rc = YxSqlite_Format(where, L"%s='%s'", column, text ? text : L"")) return rc;
+    return GetOneWhere(handle, where, row);
 }
 
 template <class Row>
 int GetOneByUuid(YxProjectDbHandle handle, const wchar_t* uuid, Row& row) {
     return GetOneByText(handle, L"wszUuid", uuid, row);
+}
+
+// GetOneWhere over a condition built by YxSqlite_Format: a text that the
+// format puts between quotes and that holds a quote fails with SQLITE_ERROR
+// before any statement runs.
+template <class Row, class... A>
+int GetOneFormatted(YxProjectDbHandle handle, Row& row, const wchar_t* format, const A&... args) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    CYxStringW where;
+    if (const int rc = YxSqlite_Format(where, format, args...)) return rc;
+    return GetOneWhere(handle, where, row);
 }
 
 // Appends every row of "WHERE <where> <tail>" (no condition when where is
@@ -195,6 +214,16 @@ int GetManyWhere(YxProjectDbHandle handle, const wchar_t* where, std::vector<Row
         rows.push_back(std::move(row));
     }
     return sel.Result();
+}
+
+// GetManyWhere over a condition built by YxSqlite_Format (see
+// GetOneFormatted).
+template <class Row, class... A>
+int GetManyFormatted(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* format, const A&... args) {
+    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    CYxStringW where;
+    if (const int rc = YxSqlite_Format(where, format, args...)) return rc;
+    return GetManyWhere(handle, where, rows);
 }
 
 // Appends the rows whose column equals the key: "%s=%I64d".
@@ -219,8 +248,11 @@ int ReadKeys(YxProjectDbHandle handle, const wchar_t* sql, std::vector<std::int6
 // (also when no row came back); *found whether a row came back.
 std::int64_t ReadInt64(YxProjectDbHandle handle, const wchar_t* sql, int* status = nullptr,
                                bool* found = nullptr);
-// Runs a script with YxSqlite_Execute: -9 or its status.
+// Runs exactly one statement (YxSqlite_ExecuteSingle): -9 or its status.
 int Execute(YxProjectDbHandle handle, const wchar_t* sql);
+// Runs a script that the library wrote itself, statement by statement
+// (YxSqlite_Execute): -9 or the first failure. Never for caller text.
+int ExecuteScript(YxProjectDbHandle handle, const wchar_t* script);
 // Whether a query yields a row; false without connection or on failure.
 bool HasRow(YxProjectDbHandle handle, const wchar_t* sql, int* status = nullptr);
 
@@ -357,11 +389,13 @@ int UpdateValues(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::in
 
 // Deletes the row with the primary key.
 int DeleteKey(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::int64_t key);
-// "DELETE FROM %s WHERE %s.%s=%I64d;" run with YxSqlite_Execute.
+// "DELETE FROM %s WHERE %s.%s=%I64d;" as one statement. A column that is not
+// one of the table's: SQLITE_ERROR, no statement.
 int DeleteByParent(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* column,
                            std::int64_t key);
 // "DELETE FROM %s WHERE %s IN ('kvuli_carce' , '<uuid>', ...)" on wszUuid. Null
-// or empty list: 0 without a statement.
+// or empty list: 0 without a statement. A uuid holding a quote: SQLITE_ERROR,
+// no statement.
 int DeleteManyByUuid(YxProjectDbHandle handle, const SYxSqliteTableDef& def,
                              const std::vector<CYxStringW>* uuids);
 
@@ -397,7 +431,7 @@ int RemoveMany(YxProjectDbHandle handle, const std::vector<Row>& rows, std::init
 
 // "SELECT [DISTINCT] %s.%s FROM %s WHERE %s.%s LIKE '<prefix>%'" on the name
 // column, then YxProjectDb_Sys_IsNameUnique(name, names, unique, true, false).
-// True without connection.
+// True without connection. A prefix holding a quote reads no names.
 bool IsNameUnique(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* nameColumn,
                           const wchar_t* name, CYxStringW& uniqueName, bool distinct);
 
@@ -425,7 +459,8 @@ int ExistsInBothDbs(YxProjectDbHandle a, YxProjectDbHandle b, const wchar_t* uui
 // The uuids of the rows of a table that hang from the row of another table
 // with the given uuid, ordered by name without case:
 // "SELECT %s.%s  FROM %s JOIN %s ON %s.%s = %s.%s WHERE %s.%s='%s' ORDER BY %s.%s COLLATE NOCASE asc"
-// Each value not yet in the output is appended.
+// Each value not yet in the output is appended. A uuid holding a quote:
+// SQLITE_ERROR, no statement.
 int GetAllUuuids(YxProjectDbHandle handle, const SYxSqliteTableDef& child, const SYxSqliteTableDef& parent,
                          const wchar_t* refColumn, const wchar_t* parentUuid, std::vector<CYxStringW>& out);
 

@@ -39,14 +39,17 @@ int YxProjectDb_toupload_ChangeStatus(YxProjectDbHandle handle, std::int64_t job
     SYxProjectDbRow_project proj;
     rc = GetOne(handle, def.iProjKeyRef, proj);
     if (rc != 0) return rc;
-    const CYxStringW onRun = CYxStringW::Format(L"%s='%s' AND %s='%s'", L"wszTablename", L"jobrun", L"wszUuidRef",
-                                                run.wszUuid);
-    const CYxStringW onDef = CYxStringW::Format(L"%s='%s' AND %s='%s'", L"wszTablename", L"jobdef", L"wszUuidRef",
-                                                def.wszUuid);
-    const CYxStringW onProj = CYxStringW::Format(L"%s='%s' AND %s='%s'", L"wszTablename", L"project", L"wszUuidRef",
-                                                 proj.wszUuid);
-    return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s='%s' WHERE (%s) OR (%s) OR (%s);", kUp.wszName,
-                                              L"wszRunState", Text(runState), onRun, onDef, onProj));
+    // The uuids come from the file: they pass the same guard as the caller's
+    // state text.
+    CYxStringW sql;
+    rc = YxSqlite_Format(sql,
+                         L"UPDATE %s SET %s='%s' WHERE (%s='%s' AND %s='%s') OR (%s='%s' AND %s='%s') OR "
+                         L"(%s='%s' AND %s='%s');",
+                         kUp.wszName, L"wszRunState", Text(runState), L"wszTablename", L"jobrun", L"wszUuidRef",
+                         run.wszUuid, L"wszTablename", L"jobdef", L"wszUuidRef", def.wszUuid, L"wszTablename",
+                         L"project", L"wszUuidRef", proj.wszUuid);
+    if (rc != 0) return rc;
+    return Execute(handle, sql);
 }
 
 int YxProjectDb_toupload_GetMany(YxProjectDbHandle handle, std::int64_t userKey,
@@ -58,8 +61,6 @@ int YxProjectDb_toupload_GetMany(YxProjectDbHandle handle, std::int64_t userKey,
 int YxProjectDb_toupload_GetOne(YxProjectDbHandle handle, const wchar_t* uuidRef, std::int64_t userKey,
                                 SYxProjectDbRow_toupload& row) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L" %s='%s' AND %s=%I64d", L"wszUuidRef", Text(uuidRef), L"iUserKeyRef",
-                                          userKey),
-                       row);
+    return GetOneFormatted(handle, row, L" %s='%s' AND %s=%I64d", L"wszUuidRef", Text(uuidRef), L"iUserKeyRef",
+                                          userKey);
 }

@@ -2,6 +2,7 @@
 
 #include "framework/yxdiag.h"
 #include "framework/yxutf8.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
 
 #include <sqlite3.h>
 
@@ -26,7 +27,10 @@ int CYxSqliteCmd::Prepare(sqlite3* db, const wchar_t* sql) {
     }
     const std::string text = YxUtf8FromWide(std::wstring_view(sql ? sql : L""));
     sqlite3_stmt* stmt = nullptr;
-    const int rc = sqlite3_prepare_v2(db, text.c_str(), static_cast<int>(text.size()), &stmt, nullptr);
+    const char* tail = nullptr;
+    int rc = sqlite3_prepare_v2(db, text.c_str(), static_cast<int>(text.size()), &stmt, &tail);
+    // One command is one statement: text after it is refused, never ignored.
+    if (rc == SQLITE_OK && yxsqlite_detail::CheckSingleStatementTail(db, tail) != SQLITE_OK) rc = SQLITE_ERROR;
     if (rc != SQLITE_OK) {
         sqlite3_finalize(stmt);
         m_lastStep = rc;

@@ -36,7 +36,9 @@ public:
     CYxSqliteCmd& operator=(const CYxSqliteCmd&) = delete;
 
     // Prepares the statement text. Returns 0 or the SQLite error code (which
-    // also becomes Result()). A null connection fails with SQLITE_MISUSE.
+    // also becomes Result()). A null connection fails with SQLITE_MISUSE. The
+    // text holds exactly one statement: anything after it other than blanks,
+    // comments and semicolons fails with SQLITE_ERROR and nothing is prepared.
     int Prepare(sqlite3* db, const wchar_t* sql);
     bool IsPrepared() const { return m_stmt != nullptr; }
 

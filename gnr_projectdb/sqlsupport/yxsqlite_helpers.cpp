@@ -1,5 +1,7 @@
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 
+#include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
+
 #include "framework/yxdiag.h"
 #include "framework/yxfilesystem.h"
 #include "framework/yxutf8.h"
@@ -84,7 +86,9 @@ T ReadOne(sqlite3* db, const wchar_t* query, int* error, T empty, Reader read) {
     }
     const std::string q = YxUtf8FromWide(std::wstring_view(query ? query : L""));
     sqlite3_stmt* stmt = nullptr;
-    int rc = sqlite3_prepare_v2(db, q.c_str(), -1, &stmt, nullptr);
+    const char* tail = nullptr;
+    int rc = sqlite3_prepare_v2(db, q.c_str(), -1, &stmt, &tail);
+    if (rc == SQLITE_OK && yxsqlite_detail::CheckSingleStatementTail(db, tail) != SQLITE_OK) rc = SQLITE_ERROR;
     if (rc != SQLITE_OK || !stmt) {
         sqlite3_finalize(stmt);
         if (error) *error = rc != SQLITE_OK ? rc : SQLITE_MISUSE;
@@ -167,22 +171,10 @@ int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStringW* er
     sqlite3_stmt* stmt = nullptr;
     const char* tail = nullptr;
     int rc = sqlite3_prepare_v2(db, text.c_str(), -1, &stmt, &tail);
-    if (rc == SQLITE_OK) {
-        // Anything that would prepare into a further statement is refused.
-        sqlite3_stmt* extra = nullptr;
-        while (tail && *tail && rc == SQLITE_OK) {
-            const char* next = nullptr;
-            rc = sqlite3_prepare_v2(db, tail, -1, &extra, &next);
-            if (extra) {
-                sqlite3_finalize(extra);
-                extra = nullptr;
-                rc = SQLITE_ERROR;
-                if (error) *error = L"more than one statement";
-                break;
-            }
-            if (next == tail) break;
-            tail = next;
-        }
+    bool several = false;
+    if (rc == SQLITE_OK && yxsqlite_detail::CheckSingleStatementTail(db, tail) != SQLITE_OK) {
+        rc = SQLITE_ERROR;
+        several = true;
     }
     if (rc == SQLITE_OK && stmt) {
         while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
@@ -190,8 +182,10 @@ int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStringW* er
         if (rc == SQLITE_DONE) rc = SQLITE_OK;
     }
     if (rc != SQLITE_OK) {
-        if (error && error->IsEmpty()) SetError(error, db, rc);
-        if (report) YX_DIAG_WARN(L"SQLite error %d (%s) in: %s", rc, CYxStringW::FromUtf8(sqlite3_errmsg(db)), statement);
+        if (several && error) *error = L"more than one statement";
+        else SetError(error, db, rc);
+        if (report && !several)
+            YX_DIAG_WARN(L"SQLite error %d (%s) in: %s", rc, CYxStringW::FromUtf8(sqlite3_errmsg(db)), statement);
     } else if (error) {
         error->Empty();
     }

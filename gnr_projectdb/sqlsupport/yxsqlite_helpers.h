@@ -32,7 +32,9 @@ GNR_API int YxSqlite_Close(sqlite3* db);
 
 // Runs every statement of the script in order and stops at the first
 // failure, returning its code. With report false nothing is written to the
-// diagnostic output.
+// diagnostic output. Only for scripts that the library writes itself: a
+// statement that carries a caller's text, or a value read from a file, runs
+// through YxSqlite_ExecuteSingle.
 GNR_API int YxSqlite_Execute(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr, bool report = true);
 // Runs exactly one statement. Text after it (other than blanks, comments and
 // semicolons) makes the call fail with SQLITE_ERROR before anything runs, so
@@ -43,8 +45,9 @@ GNR_API int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStr
 // every 30 ms for up to 60 s.
 GNR_API int YxSqlite_ExecuteBlocking(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr);
 
-// First column of the first row of a query. No row sets *error to
-// SQLITE_DONE (101); a failed query sets it to the failure code; else 0.
+// First column of the first row of a query (exactly one statement, else
+// SQLITE_ERROR). No row sets *error to SQLITE_DONE (101); a failed query sets
+// it to the failure code; else 0.
 GNR_API std::int64_t YxSqlite_ReadOneInt64(sqlite3* db, const wchar_t* query, int* error = nullptr);
 GNR_API CYxStringW YxSqlite_ReadOneStringW(sqlite3* db, const wchar_t* query, int* error = nullptr);
 GNR_API double YxSqlite_ReadOneDouble(sqlite3* db, const wchar_t* query, int* error = nullptr);

@@ -103,6 +103,10 @@ GNR_API int YxProjectDb_Db_TransactionBegin(YxProjectDbHandle handle);
 // 0, or -9 when it fails or without connection.
 GNR_API int YxProjectDb_Db_TransactionCommit(YxProjectDbHandle handle);
 GNR_API int YxProjectDb_Db_TransactionRollback(YxProjectDbHandle handle);
+// "SAVEPOINT <name>;", "RELEASE SAVEPOINT <name>;", "ROLLBACK TRANSACTION TO
+// SAVEPOINT <name>;". 0, or -9 when it fails or without connection. The name
+// must be a plain identifier (ASCII letter or "_", then letters, digits, "_"):
+// any other name fails with -9 and runs nothing.
 GNR_API int YxProjectDb_Db_SavepointSet(YxProjectDbHandle handle, const wchar_t* name);
 GNR_API int YxProjectDb_Db_SavepointRelease(YxProjectDbHandle handle, const wchar_t* name);
 GNR_API int YxProjectDb_Db_SavepointRollback(YxProjectDbHandle handle, const wchar_t* name);
