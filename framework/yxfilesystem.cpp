@@ -131,3 +131,12 @@ CYxStringW YxFs_AddTrailingSeparator(const wchar_t* path) {
     if (last != L'/' && last != L'\\') p += L'/';
     return p;
 }
+
+int YxFs_CopyTree(const wchar_t* src, const wchar_t* dst) {
+    if (!src || !*src || !dst || !*dst) return -1;
+    std::error_code ec;
+    const fs::path from = ToPath(src), to = ToPath(dst);
+    if (!fs::is_directory(from, ec) || fs::exists(to, ec)) return -1;
+    fs::copy(from, to, fs::copy_options::recursive, ec);
+    return ec ? -1 : 0;
+}

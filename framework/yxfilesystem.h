@@ -33,5 +33,9 @@ GNR_API std::uint64_t YX_GetFileSizeFromName(const wchar_t* path);
 GNR_API bool YxFs_FreeSiblingName(const wchar_t* path, CYxStringW& freePath);
 // Deletes a file or a folder with all its contents. 0 on success, -1 on failure.
 GNR_API int YxFs_DeleteWithContents(const wchar_t* path);
+// Copies a folder with everything in it to dst, which must not exist yet
+// (its parent must). Files are copied, never moved. 0 on success, -1 on
+// failure (what was copied stays; the caller removes dst).
+GNR_API int YxFs_CopyTree(const wchar_t* src, const wchar_t* dst);
 // Ensures exactly one trailing '/' (or '\' when the path already uses it).
 GNR_API CYxStringW YxFs_AddTrailingSeparator(const wchar_t* path);

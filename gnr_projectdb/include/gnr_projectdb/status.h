@@ -28,6 +28,12 @@ enum EYxProjectDbStatus {
     YXPDB_E_OLDER = -38,
     // Version comparison: the first database is newer in the plate or dish catalog.
     YXPDB_E_NEWER_CATALOG = -57,
+    // Merge: source and target are the same database file.
+    YXPDB_E_SAMEFILE = -60,
+    // Merge: cancelled through the progress handler or the cancel flag.
+    YXPDB_E_CANCELLED = -61,
+    // Merge: a project or run folder could not be created or copied.
+    YXPDB_E_FOLDER = -62,
     // Sample holders: bytes that are not a valid holder model or alignment
     // matrix (damaged or of an unknown format version).
     YXPDB_E_HOLDER_DATA = -70,
