@@ -210,3 +210,14 @@ std::vector<std::string> MergeTest_FolderListing(const std::string& folder) {
     std::sort(out.begin(), out.end());
     return out;
 }
+
+std::string MergeTest_Text(const std::string& file, const std::string& sql) {
+    sqlite3* db = OpenRead(file);
+    if (!db) return {};
+    sqlite3_stmt* s = nullptr;
+    std::string v;
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &s, nullptr) == SQLITE_OK && sqlite3_step(s) == SQLITE_ROW) v = Value(s, 0);
+    sqlite3_finalize(s);
+    sqlite3_close(db);
+    return v;
+}

@@ -23,6 +23,9 @@ std::string MergeTest_ExactDump(const std::string& file);
 // Runs `projectdb demo DIR` (count times) and returns DIR/demo.gnrdb.
 std::string MergeTest_MakeDemo(const std::string& dir, int count = 1);
 
+// First column of the first row of a query, as text ("" when none).
+std::string MergeTest_Text(const std::string& file, const std::string& sql);
+
 // Every regular file below a folder as "relative path|size|content hash",
 // sorted; empty for a missing folder.
 std::vector<std::string> MergeTest_FolderListing(const std::string& folder);
