@@ -88,9 +88,13 @@ std::vector<STable> Build() {
         }
         if (YxSqliteTableDef_FindColumn(d, L"wszUuid") >= 0) {
             t.eIdentity = eByUuid;
-            t.identityCols.push_back(YxSqliteTableDef_FindColumn(d, L"wszUuid"));
+            const int u = YxSqliteTableDef_FindColumn(d, L"wszUuid");
+            t.identityCols.push_back(u);
+            t.bIdentityUnique = std::wcscmp(d.pCols[u].wszIndex, YX_SQLITE_INDEX_UNIQUE) == 0 ||
+                                (d.apUnique[0] && std::wcscmp(d.apUnique[0], L"wszUuid") == 0 && !d.apUnique[1]);
         } else if (d.apUnique[0]) {
             t.eIdentity = eByUniqueGroup;
+            t.bIdentityUnique = true;
             for (int g = 0; d.apUnique[g]; ++g) t.identityCols.push_back(YxSqliteTableDef_FindColumn(d, d.apUnique[g]));
         } else {
             t.eIdentity = eByAllColumns;

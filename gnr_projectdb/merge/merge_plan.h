@@ -27,6 +27,7 @@ struct STable {
     std::vector<SRef> refs;
     EIdentity eIdentity = eByAllColumns;
     std::vector<int> identityCols;    // columns compared when not by uuid
+    bool bIdentityUnique = false;     // the schema keeps the identity unique
     bool bDefinition = false;         // always matched, even when duplicates are copied
     bool bReferenced = false;         // some table (possibly itself) refers to it
     bool bSelfReferencing = false;

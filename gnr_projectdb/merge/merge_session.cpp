@@ -46,7 +46,7 @@ private:
 
 CYxMergeSession::CYxMergeSession(const SYxProjectDbMerge_DuplicateOptions& options, sqlite3* target)
     : m_opt(options), m_db(target), m_hasMap(Plan().size(), false), m_hasInc(Plan().size(), false),
-      m_seeded(Plan().size(), false),
+      m_seeded(Plan().size(), false), m_emptyTarget(Plan().size(), false),
       m_start(std::chrono::steady_clock::now()) {}
 
 CYxMergeSession::~CYxMergeSession() {
@@ -257,8 +257,14 @@ std::wstring CYxMergeSession::ColumnExpr(int table, int col) const {
     return s;
 }
 
+bool CYxMergeSession::NothingToMatch(int table) const {
+    const STable& t = Plan()[table];
+    return m_emptyTarget[table] && t.bIdentityUnique;
+}
+
 std::wstring CYxMergeSession::MatchExpr(int table) const {
     const STable& t = Plan()[table];
+    if (NothingToMatch(table)) return L"";
     if (t.eIdentity == eByUuid && !t.bDefinition && m_opt.eDuplicates == eYxMergeCopyDuplicates) return L"";
     std::wstring where;
     for (int c : t.identityCols) {
@@ -389,6 +395,13 @@ int CYxMergeSession::CopyTable(int table, bool planOnly, SYxProjectDbMergeTableC
         ~SUnwatch() { CYxProjectDbConnectionManager::GetInstance().RemoveProgressHandler(h, w); }
     } unwatch{m_opt.hTarget, &watch};
 
+    {
+        CYxSqliteCmd any(m_db, (L"SELECT NOT EXISTS (SELECT 1 FROM main." + t.name + L")").c_str());
+        std::int64_t empty = 0;
+        if (any.Next()) any.Column(0, empty);
+        if (int rc = any.Result()) return rc;
+        m_emptyTarget[table] = empty != 0;
+    }
     std::int64_t copiedTotal = 0;
     const bool mapped = planOnly || t.bReferenced || m_hasMap[table];
     if (mapped) {

@@ -82,6 +82,10 @@ public:
 private:
     int EnsureInc(int table);
     std::wstring MatchExpr(int table) const;
+    // True when no row of the source can match a row of the target: the
+    // target's table was empty before the copy and the schema keeps the
+    // identity unique, so source rows cannot match each other either.
+    bool NothingToMatch(int table) const;
     std::wstring ColumnExpr(int table, int col) const;
     std::wstring SourceFilter(int table) const;
     int BuildMapChunk(int table, std::int64_t lo, std::int64_t hi, std::int64_t* base);
@@ -95,7 +99,7 @@ private:
     bool m_attached = false;
     bool m_inTransaction = false;
     bool m_scoped = false;
-    std::vector<bool> m_hasMap, m_hasInc, m_seeded;
+    std::vector<bool> m_hasMap, m_hasInc, m_seeded, m_emptyTarget;
     struct SFixed { int table; int col; std::int64_t value; };
     std::vector<SFixed> m_fixed;
     std::int64_t m_total = 0, m_done = 0;
