@@ -26,7 +26,9 @@ public:
     explicit CCancelAt(int n) : m_n(n) {}
     int OnMergeProgress(const SYxProjectDbMergeProgress& p) override {
         ++calls;
+        // Rows done only grow, never pass the count, and give a time estimate.
         if (p.iRowsDone > p.iRowsTotal || p.iRowsDone < last) ++disorder;
+        if (p.iRowsDone > 0 && p.dSecondsLeft < 0) ++disorder;
         last = p.iRowsDone;
         return m_n != 0 && calls >= m_n ? 1 : 0;
     }
