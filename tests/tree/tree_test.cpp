@@ -55,5 +55,5 @@ TEST(ProjectdbTree, ListsProjectsDefinitionsProgramsAndRunsWithFrameCounts) {
 
     std::string err;
     EXPECT_NE(0, YxTest_RunCommand(std::string(YxTest_ToolPath()) + " tree '" + dir.FileUtf8("missing.db") + "' 2>&1", &err));
-    EXPECT_NE(std::string::npos, err.find("status")) << err;
+    EXPECT_NE(std::string::npos, err.find("(YXPDB_E_NOCONNECTION -9)")) << err;
 }

@@ -23,7 +23,7 @@ TEST(ToolUpgradeTest, JobsCommandsSucceedOnACurrentFileAndReportFailures) {
     const std::string old = dir.FileUtf8("old.db");
     UpgTest_CreateJobsFile(old, 50, 1);
     EXPECT_NE(0, Tool("upgrade --quiet '" + old + "'", &out));
-    EXPECT_NE(std::string::npos, out.find("status -9")) << out;
+    EXPECT_NE(std::string::npos, out.find("(YXPDB_E_NOCONNECTION -9)")) << out;
     EXPECT_NE(0, Tool("upgrade", &out));
 }
 
@@ -33,7 +33,7 @@ TEST(ToolUpgradeTest, AppCommands) {
     UpgTest_CreateAppFile(path, 5);
     std::string out;
     EXPECT_NE(0, Tool("app-upgrade --quiet '" + path + "'", &out));
-    EXPECT_NE(std::string::npos, out.find("status -9")) << out;
+    EXPECT_NE(std::string::npos, out.find("(YXPDB_E_NOCONNECTION -9)")) << out;
     EXPECT_EQ(0, Tool("app-downgrade '" + path + "'", &out)) << out;
     EXPECT_EQ(0, Tool("app-upgrade '" + path + "'", &out)) << out;
     EXPECT_EQ(7, UpgTest_IntOf(path, "SELECT iVersion FROM version WHERE wszName='main';"));

@@ -13,25 +13,24 @@ namespace {
 
 QString Q(const CYxStringW& s) { return QString::fromStdWString(s.str()); }
 
-int Create(const std::vector<std::string>& args, bool app) {
-    if (args.size() != 1) return YxTool_Fail("expected one FILE argument", -1);
-    const std::wstring path = YxTool_Wide(args[0]);
+int Create(CYxToolCall& call, bool app) {
+    const std::string& file = call.Arg(0);
+    const std::wstring path = call.WideArg(0);
     const int rc = app ? YxProjectDb_Db_Vasq_Create(path.c_str()) : YxProjectDb_Db_Jobs_CreateWithUpgrades(path.c_str());
-    if (rc != 0) return YxTool_Fail("cannot create " + args[0], rc);
-    std::printf("created %s database %s\n", app ? "application" : "jobs", args[0].c_str());
+    if (rc != 0) return call.Fail(file, "cannot create the database", rc);
+    std::printf("created %s database %s\n", app ? "application" : "jobs", file.c_str());
     return 0;
 }
 
-int Info(const std::vector<std::string>& argsIn, bool app) {
-    std::vector<std::string> args = argsIn;
-    const bool json = YxTool_TakeFlag(args, "--json");
-    if (args.size() != 1) return YxTool_Fail("expected one FILE argument", -1);
-    const std::wstring path = YxTool_Wide(args[0]);
+int Info(CYxToolCall& call, bool app) {
+    const bool json = call.Flag("json");
+    const std::string& file = call.Arg(0);
+    const std::wstring path = call.WideArg(0);
     SYxProjectDbFileInfo info;
     const int rc = app ? YxProjectDb_Db_Vasq_GetInfo(path.c_str(), &info) : YxProjectDb_Db_Jobs_GetInfo(path.c_str(), &info);
+    if (rc != 0) return call.Fail(file, YxTool_InfoFailure(info, rc, app ? 7 : 136), rc);
     if (json) {
         QJsonObject o;
-        o["status"] = rc;
         o["fileName"] = Q(info.wszFileName);
         o["journalMode"] = Q(info.wszJournalMode);
         o["storedJournalMode"] = Q(info.wszStoredJournalMode);
@@ -61,22 +60,23 @@ int Info(const std::vector<std::string>& argsIn, bool app) {
         std::printf("main version:         %lld (read error %d)\n", static_cast<long long>(info.iMainVersion), info.iMainReadError);
         std::printf("plate version:        %lld (read error %d)\n", static_cast<long long>(info.iPlateVersion), info.iPlateReadError);
         std::printf("silent version:       %lld (read error %d)\n", static_cast<long long>(info.iSilentVersion), info.iSilentReadError);
-        std::printf("status:               %d\n", rc);
-    }
-    if (rc != 0) {
-        std::fprintf(stderr, "projectdb: %s is not usable as it is (status %d)\n", args[0].c_str(), rc);
-        return 1;
     }
     return 0;
 }
 
+void DeclareFile(CYxToolSyntax& s) { s.Argument("FILE", "the database file"); }
+void DeclareInfo(CYxToolSyntax& s) {
+    s.Argument("FILE", "the database file");
+    s.Flag("json", "print one JSON object");
+}
+
 }  // namespace
 
-YX_TOOL_COMMAND("create", "FILE", "create a new jobs database (schema 136, holder catalog) and its project folder",
-                [](const std::vector<std::string>& a) { return Create(a, false); });
-YX_TOOL_COMMAND("app-create", "FILE", "create a new application database (schema 7)",
-                [](const std::vector<std::string>& a) { return Create(a, true); });
-YX_TOOL_COMMAND("info", "FILE [--json]", "describe a jobs database file: journal, settings, versions, state",
-                [](const std::vector<std::string>& a) { return Info(a, false); });
-YX_TOOL_COMMAND("app-info", "FILE [--json]", "describe an application database file",
-                [](const std::vector<std::string>& a) { return Info(a, true); });
+YX_TOOL_COMMAND("create", 11, "create a new jobs database (schema 136, holder catalog) and its project folder", &DeclareFile,
+                [](CYxToolCall& c) { return Create(c, false); });
+YX_TOOL_COMMAND("app-create", 40, "create a new application database (schema 7)", &DeclareFile,
+                [](CYxToolCall& c) { return Create(c, true); });
+YX_TOOL_COMMAND("info", 12, "describe a jobs database file: journal, settings, versions, state", &DeclareInfo,
+                [](CYxToolCall& c) { return Info(c, false); });
+YX_TOOL_COMMAND("app-info", 41, "describe an application database file", &DeclareInfo,
+                [](CYxToolCall& c) { return Info(c, true); });

@@ -112,21 +112,21 @@ bool WriteImageFile(const CYxStringW& path, int planes, int frames, int position
 
 std::string Narrow(const CYxStringW& s) { return YxTool_Narrow(s.str()); }
 
-int Demo(const std::vector<std::string>& args) {
-    if (args.size() > 1) return YxTool_Fail("expected at most one DIR argument", -1);
+int Demo(CYxToolCall& call) {
     const auto started = std::chrono::steady_clock::now();
-    const CYxStringW dir = YxFs_AddTrailingSeparator(CYxStringW(YxTool_Wide(args.empty() ? "demo-output" : args[0])));
-    if (YxFs_CreateDirectories(dir) != 0) return YxTool_Fail("cannot create the folder " + Narrow(dir), -1);
+    const CYxStringW dir =
+        YxFs_AddTrailingSeparator(CYxStringW(YxTool_Wide(call.ArgCount() == 0 ? "demo-output" : call.Arg(0))));
+    if (YxFs_CreateDirectories(dir) != 0) return call.FailText(Narrow(dir), "cannot create the folder");
     const CYxStringW dbPath = dir + L"demo.gnrdb";
 
     bool created = false;
     if (!YxFs_Exists(dbPath)) {
         const int rc = YxProjectDb_Db_Jobs_CreateWithUpgrades(dbPath);
-        if (rc != 0) return YxTool_Fail("cannot create " + Narrow(dbPath), rc);
+        if (rc != 0) return call.Fail(Narrow(dbPath), "cannot create the database", rc);
         created = true;
     }
     const YxProjectDbHandle h = YxProjectDb_Db_Jobs_Connect(dbPath);
-    if (!h) return YxTool_Fail("cannot open " + Narrow(dbPath), YXPDB_E_NOCONNECTION);
+    if (!h) return call.Fail(Narrow(dbPath), "cannot open the database", YXPDB_E_NOCONNECTION);
 
     SStep step;
     // ---- project and job definition: reused when the database has them.
@@ -392,7 +392,7 @@ int Demo(const std::vector<std::string>& args) {
 
     if (step.status != 0) {
         YxProjectDb_Db_Disconnect(h);
-        return YxTool_Fail("recording failed at: " + step.what, step.status);
+        return call.Fail(Narrow(dbPath), "recording failed at: " + step.what, step.status);
     }
 
     // ---- summary.
@@ -422,8 +422,9 @@ int Demo(const std::vector<std::string>& args) {
     return 0;
 }
 
+void Declare(CYxToolSyntax& s) { s.OptionalArgument("DIR", "the folder of the demo database (default: demo-output)"); }
 }  // namespace
 
-YX_TOOL_COMMAND("demo", "[DIR]",
+YX_TOOL_COMMAND("demo", 10,
                 "record one demo acquisition into DIR/demo.gnrdb (default DIR: demo-output) and print a summary",
-                Demo);
+                &Declare, &Demo);

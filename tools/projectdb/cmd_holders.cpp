@@ -36,18 +36,6 @@ struct SHolderArgs {
     std::string db, svg, run, out;
 };
 
-// Takes "--name VALUE" out of the arguments; false when the value is missing.
-bool TakeValue(std::vector<std::string>& args, const char* name, std::string& value) {
-    for (auto it = args.begin(); it != args.end(); ++it) {
-        if (*it != name) continue;
-        if (it + 1 == args.end()) return false;
-        value = *(it + 1);
-        args.erase(it, it + 2);
-        return true;
-    }
-    return true;
-}
-
 const char* KindText(EYxHolderKind k) { return k == eYxHolderPlate ? "plate" : k == eYxHolderDish ? "dish" : "slide"; }
 
 // The holders to work on: the database's (all but removed ones) or the
@@ -225,27 +213,34 @@ int Import(const SHolderArgs& a) {
     return 0;
 }
 
-int Holders(const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
+int Holders(CYxToolCall& call) {
     SHolderArgs a;
-    a.json = YxTool_TakeFlag(args, "--json");
-    if (!TakeValue(args, "--db", a.db) || !TakeValue(args, "--svg", a.svg) || !TakeValue(args, "--run", a.run) ||
-        !TakeValue(args, "--out", a.out))
-        return YxTool_Fail("an option is missing its value", -1);
-    if (args.empty()) return YxTool_Fail("expected list, show, export or import", -1);
-    a.action = args[0];
-    a.positional.assign(args.begin() + 1, args.end());
-    for (const std::string& p : a.positional)
-        if (p.size() > 2 && p.compare(0, 2, "--") == 0) return YxTool_Fail("unknown option " + p, -1);
-    if (a.action == "list") return a.positional.empty() ? List(a) : YxTool_Fail("list takes no arguments", -1);
+    a.json = call.Flag("json");
+    a.db = call.Value("db");
+    a.svg = call.Value("svg");
+    a.run = call.Value("run");
+    a.out = call.Value("out");
+    a.action = call.Arg(0);
+    for (std::size_t i = 1; i < call.ArgCount(); ++i) a.positional.push_back(call.Arg(i));
+    if (a.action == "list") return a.positional.empty() ? List(a) : call.Usage("list takes no arguments");
     if (a.action == "show") return Show(a);
     if (a.action == "export") return Export(a);
     if (a.action == "import") return Import(a);
-    return YxTool_Fail("unknown holders action '" + a.action + "' (list, show, export, import)", -1);
+    return call.Usage("unknown holders action '" + a.action + "' (list, show, export, import)");
+}
+
+void Declare(CYxToolSyntax& s) {
+    s.Argument("ACTION", "list, show HOLDER, export HOLDER or import FILE.json");
+    s.MoreArguments("ARG", "the holder (name, part of it, or uuid), or the file to import");
+    s.Value("db", "FILE", "work on the holders of this jobs database instead of the built-in catalog");
+    s.Flag("json", "print JSON");
+    s.Value("svg", "OUT", "show: also draw the holder as SVG into OUT");
+    s.Value("run", "UUID", "show: mark the wells that this run of --db visited");
+    s.Value("out", "FILE", "export: write to FILE instead of standard output");
 }
 
 }  // namespace
 
-YX_TOOL_COMMAND("holders", "list|show HOLDER|export HOLDER|import FILE.json [--db FILE] [--json] [--svg OUT] [--run UUID] [--out FILE]",
+YX_TOOL_COMMAND("holders", 50,
                 "the sample holder catalog (or a database's holders): list, show as text, JSON or SVG, export, import",
-                Holders);
+                &Declare, &Holders);

@@ -8,10 +8,8 @@
 #include <cstdio>
 
 namespace {
-int RunSchema(const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
-    const bool xml = YxTool_TakeFlag(args, "--xml");
-    if (!args.empty()) return YxTool_Fail("unexpected argument '" + args[0] + "'", -1);
+int RunSchema(CYxToolCall& call) {
+    const bool xml = call.Flag("xml");
     int count = 0;
     const SYxSqliteTableDef* const* defs = YxProjectDb_Schema_GetJobsTables(&count);
     if (xml) {
@@ -22,6 +20,8 @@ int RunSchema(const std::vector<std::string>& argsIn) {
         std::fputs(YxTool_Narrow(YxSqlite_CreateTableWithIndexesSqlCommand(*defs[i]).str()).c_str(), stdout);
     return 0;
 }
+
+void Declare(CYxToolSyntax& s) { s.Flag("xml", "print the schema as XML"); }
 }  // namespace
 
-YX_TOOL_COMMAND("schema", "[--xml]", "print the jobs schema as SQL, or as XML with --xml", &RunSchema);
+YX_TOOL_COMMAND("schema", 25, "print the jobs schema as SQL, or as XML with --xml", &Declare, &RunSchema);

@@ -10,27 +10,25 @@
 #include <cstdio>
 
 namespace {
-int RunSql(const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
-    const bool write = YxTool_TakeFlag(args, "--write");
-    const bool app = YxTool_TakeFlag(args, "--app");
-    if (args.size() != 2) return YxTool_Fail("expected FILE and SQL", -1);
-    const std::wstring path = YxTool_Wide(args[0]);
+int RunSql(CYxToolCall& call) {
+    const bool write = call.Flag("write");
+    const bool app = call.Flag("app");
+    const std::string& file = call.Arg(0);
+    const std::wstring path = call.WideArg(0);
     YxProjectDbHandle h = 0;
     if (app) h = write ? YxProjectDb_Db_Vasq_Connect(path.c_str()) : YxProjectDb_Db_Vasq_ConnectForRead(path.c_str());
     else h = write ? YxProjectDb_Db_Jobs_Connect(path.c_str()) : YxProjectDb_Db_Jobs_ConnectForRead(path.c_str());
-    if (!h) return YxTool_Fail("cannot open " + args[0], YXPDB_E_NOCONNECTION);
+    if (!h) return call.Fail(file, "cannot open the database", YXPDB_E_NOCONNECTION);
     sqlite3* db = CYxProjectDbConnectionManager::GetConnection(h);
 
     int status = 0;
-    const char* tail = args[1].c_str();
+    const char* tail = call.Arg(1).c_str();
     while (tail && *tail) {
         sqlite3_stmt* stmt = nullptr;
         const char* next = nullptr;
         int rc = sqlite3_prepare_v2(db, tail, -1, &stmt, &next);
         if (rc != SQLITE_OK) {
-            std::fprintf(stderr, "projectdb: %s (status %d)\n", sqlite3_errmsg(db), rc);
-            status = rc;
+            status = call.Fail(file, sqlite3_errmsg(db), rc);
             break;
         }
         tail = next;
@@ -45,8 +43,7 @@ int RunSql(const std::vector<std::string>& argsIn) {
             std::fputc('\n', stdout);
         }
         if (rc != SQLITE_DONE) {
-            std::fprintf(stderr, "projectdb: %s (status %d)\n", sqlite3_errmsg(db), rc);
-            status = rc;
+            status = call.Fail(file, sqlite3_errmsg(db), rc);
             sqlite3_finalize(stmt);
             break;
         }
@@ -55,8 +52,14 @@ int RunSql(const std::vector<std::string>& argsIn) {
     YxProjectDb_Db_Disconnect(h);
     return status == 0 ? 0 : 1;
 }
+void Declare(CYxToolSyntax& s) {
+    s.Argument("FILE", "the database file");
+    s.Argument("SQL", "one or more statements");
+    s.Flag("write", "open for writing");
+    s.Flag("app", "the file is an application database");
+}
 }  // namespace
 
-YX_TOOL_COMMAND("sql", "FILE \"SQL\" [--write] [--app]",
+YX_TOOL_COMMAND("sql", 21,
                 "run SQL on a library connection (read-only unless --write; --app for an application database)",
-                &RunSql);
+                &Declare, &RunSql);

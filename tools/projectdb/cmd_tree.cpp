@@ -46,13 +46,12 @@ void PrintRun(const SRunInfo& r, const char* indent) {
                 static_cast<long long>(r.frames));
 }
 
-int RunTree(const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
-    const bool json = YxTool_TakeFlag(args, "--json");
-    if (args.size() != 1) return YxTool_Fail("usage: projectdb tree FILE [--json]", -1);
-    const CYxStringW path(YxTool_Wide(args[0]));
+int RunTree(CYxToolCall& call) {
+    const bool json = call.Flag("json");
+    const std::string& file = call.Arg(0);
+    const CYxStringW path(call.WideArg(0));
     const YxProjectDbHandle h = YxProjectDb_Db_Jobs_ConnectForRead(path);
-    if (!h) return YxTool_Fail("cannot open '" + args[0] + "'", YXPDB_E_NOCONNECTION);
+    if (!h) return call.Fail(file, "cannot open the database", YXPDB_E_NOCONNECTION);
 
     std::vector<SYxProjectDbRow_project> projects;
     int rc = YxProjectDb_Proj_GetAll(h, projects);
@@ -125,7 +124,7 @@ int RunTree(const std::vector<std::string>& argsIn) {
         jprojects.append(jp);
     }
     YxProjectDb_Db_Disconnect(h);
-    if (rc != 0) return YxTool_Fail("cannot read '" + args[0] + "'", rc);
+    if (rc != 0) return call.Fail(file, "cannot read the projects", rc);
     if (json) {
         QJsonObject root;
         root[QStringLiteral("projects")] = jprojects;
@@ -134,8 +133,12 @@ int RunTree(const std::vector<std::string>& argsIn) {
     return 0;
 }
 
+void Declare(CYxToolSyntax& s) {
+    s.Argument("FILE", "the jobs database");
+    s.Flag("json", "print one JSON document");
+}
 }  // namespace
 
-YX_TOOL_COMMAND("tree", "FILE [--json]",
+YX_TOOL_COMMAND("tree", 22,
                 "the projects with their job definitions, programs and runs (name, uuid, state, flags, folder, frames)",
-                &RunTree);
+                &Declare, &RunTree);

@@ -78,11 +78,10 @@ private:
 
 enum EKind { eUpgrade, eSilent, eCleanup, eAppUpgrade, eAppDowngrade };
 
-int Run(EKind kind, const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
-    const bool quiet = YxTool_TakeFlag(args, "--quiet");
-    if (args.size() != 1) return YxTool_Fail("expected one database FILE", YXPDB_E_PATH);
-    const std::wstring path = YxTool_Wide(args[0]);
+int Run(EKind kind, CYxToolCall& call) {
+    const bool quiet = call.Flag("quiet");
+    const std::string& file = call.Arg(0);
+    const std::wstring path = call.WideArg(0);
 
     CTerminalProgress progress;
     CYxProgressDialog* dialog = quiet ? nullptr : &progress;
@@ -108,23 +107,28 @@ int Run(EKind kind, const std::vector<std::string>& argsIn) {
         std::signal(SIGINT, previous);
         YxUi_SetQuestionBox(previousBox);
     }
-    if (status != 0) return YxTool_Fail(std::string(what) + " of '" + args[0] + "' failed", status);
-    if (!quiet) std::printf("%s of '%s' done\n", what, args[0].c_str());
+    if (status != 0) return call.Fail(file, std::string(what) + " failed", status);
+    if (!quiet) std::printf("%s of '%s' done\n", what, file.c_str());
     return 0;
 }
 
-int RunUpgrade(const std::vector<std::string>& a) { return Run(eUpgrade, a); }
-int RunSilent(const std::vector<std::string>& a) { return Run(eSilent, a); }
-int RunCleanup(const std::vector<std::string>& a) { return Run(eCleanup, a); }
-int RunAppUpgrade(const std::vector<std::string>& a) { return Run(eAppUpgrade, a); }
-int RunAppDowngrade(const std::vector<std::string>& a) { return Run(eAppDowngrade, a); }
+int RunUpgrade(CYxToolCall& c) { return Run(eUpgrade, c); }
+int RunSilent(CYxToolCall& c) { return Run(eSilent, c); }
+int RunCleanup(CYxToolCall& c) { return Run(eCleanup, c); }
+int RunAppUpgrade(CYxToolCall& c) { return Run(eAppUpgrade, c); }
+int RunAppDowngrade(CYxToolCall& c) { return Run(eAppDowngrade, c); }
+
+void Declare(CYxToolSyntax& s) {
+    s.Argument("FILE", "the database file");
+    s.Flag("quiet", "no progress output and no cancellation");
+}
 }  // namespace
 
-YX_TOOL_COMMAND("upgrade", "FILE [--quiet]", "upgrade a jobs database to the current version (Ctrl-C cancels)",
+YX_TOOL_COMMAND("upgrade", 30, "upgrade a jobs database to the current version (Ctrl-C cancels)", &Declare,
                 &RunUpgrade);
-YX_TOOL_COMMAND("silent-upgrade", "FILE", "run only the silent upgrade step of a jobs database", &RunSilent);
-YX_TOOL_COMMAND("cleanup", "FILE [--quiet]", "delete obsolete records of a jobs database, compact and analyse",
+YX_TOOL_COMMAND("silent-upgrade", 31, "run only the silent upgrade step of a jobs database", &Declare, &RunSilent);
+YX_TOOL_COMMAND("cleanup", 32, "delete obsolete records of a jobs database, compact and analyse", &Declare,
                 &RunCleanup);
-YX_TOOL_COMMAND("app-upgrade", "FILE [--quiet]", "upgrade an application database to version 7", &RunAppUpgrade);
-YX_TOOL_COMMAND("app-downgrade", "FILE [--quiet]", "take an application database from version 5 down to 4",
+YX_TOOL_COMMAND("app-upgrade", 42, "upgrade an application database to version 7", &Declare, &RunAppUpgrade);
+YX_TOOL_COMMAND("app-downgrade", 43, "take an application database from version 5 down to 4", &Declare,
                 &RunAppDowngrade);

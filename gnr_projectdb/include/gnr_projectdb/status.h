@@ -3,6 +3,8 @@
 // otherwise the SQLite result code of the failed statement.
 #pragma once
 
+#include "framework/yxexport.h"
+
 #include <cstdint>
 
 // A database handle names one open connection in the registry; 0 never does.
@@ -53,3 +55,10 @@ enum EYxProjectDbStatus {
     // Queue: an item's work threw an exception (the item's failure status).
     YXPDB_E_QUEUE_EXCEPTION = -85,
 };
+
+// The symbolic name of a status: "YXPDB_OK", "YXPDB_E_NOCONNECTION" and the
+// others above for the library's own codes, "SQLITE_BUSY", "SQLITE_CANTOPEN",
+// "SQLITE_IOERR_WRITE" and their like for SQLite result codes (an extended
+// code that has no name of its own is named by its primary code). Never null:
+// a code that is neither gives "UNKNOWN_STATUS". The text is static.
+GNR_API const char* YxProjectDb_StatusName(int status);

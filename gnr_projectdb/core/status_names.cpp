@@ -1,0 +1,107 @@
+// Symbolic names of the library's statuses and of SQLite's result codes.
+#include "gnr_projectdb/status.h"
+
+#include <sqlite3.h>
+
+namespace {
+struct SName {
+    int code;
+    const char* name;
+};
+
+#define YX_NAME(c) {c, #c}
+const SName kNames[] = {
+    YX_NAME(YXPDB_OK),
+    YX_NAME(YXPDB_E_GENERIC),
+    YX_NAME(YXPDB_E_PATH),
+    YX_NAME(YXPDB_E_NOCONNECTION),
+    YX_NAME(YXPDB_E_READONLY),
+    YX_NAME(YXPDB_E_THREAD),
+    YX_NAME(YXPDB_E_NOTFOUND),
+    YX_NAME(YXPDB_E_NEWER_MAIN),
+    YX_NAME(YXPDB_E_OLDER),
+    YX_NAME(YXPDB_E_NEWER_CATALOG),
+    // Primary result codes (SQLITE_OK is 0, named above as the library's OK).
+    YX_NAME(SQLITE_ERROR),
+    YX_NAME(SQLITE_INTERNAL),
+    YX_NAME(SQLITE_PERM),
+    YX_NAME(SQLITE_ABORT),
+    YX_NAME(SQLITE_BUSY),
+    YX_NAME(SQLITE_LOCKED),
+    YX_NAME(SQLITE_NOMEM),
+    YX_NAME(SQLITE_READONLY),
+    YX_NAME(SQLITE_INTERRUPT),
+    YX_NAME(SQLITE_IOERR),
+    YX_NAME(SQLITE_CORRUPT),
+    YX_NAME(SQLITE_NOTFOUND),
+    YX_NAME(SQLITE_FULL),
+    YX_NAME(SQLITE_CANTOPEN),
+    YX_NAME(SQLITE_PROTOCOL),
+    YX_NAME(SQLITE_EMPTY),
+    YX_NAME(SQLITE_SCHEMA),
+    YX_NAME(SQLITE_TOOBIG),
+    YX_NAME(SQLITE_CONSTRAINT),
+    YX_NAME(SQLITE_MISMATCH),
+    YX_NAME(SQLITE_MISUSE),
+    YX_NAME(SQLITE_NOLFS),
+    YX_NAME(SQLITE_AUTH),
+    YX_NAME(SQLITE_FORMAT),
+    YX_NAME(SQLITE_RANGE),
+    YX_NAME(SQLITE_NOTADB),
+    YX_NAME(SQLITE_NOTICE),
+    YX_NAME(SQLITE_WARNING),
+    YX_NAME(SQLITE_ROW),
+    YX_NAME(SQLITE_DONE),
+    // Extended result codes met in practice.
+    YX_NAME(SQLITE_BUSY_RECOVERY),
+    YX_NAME(SQLITE_BUSY_SNAPSHOT),
+    YX_NAME(SQLITE_BUSY_TIMEOUT),
+    YX_NAME(SQLITE_LOCKED_SHAREDCACHE),
+    YX_NAME(SQLITE_READONLY_RECOVERY),
+    YX_NAME(SQLITE_READONLY_CANTLOCK),
+    YX_NAME(SQLITE_READONLY_ROLLBACK),
+    YX_NAME(SQLITE_READONLY_DBMOVED),
+    YX_NAME(SQLITE_READONLY_DIRECTORY),
+    YX_NAME(SQLITE_IOERR_READ),
+    YX_NAME(SQLITE_IOERR_SHORT_READ),
+    YX_NAME(SQLITE_IOERR_WRITE),
+    YX_NAME(SQLITE_IOERR_FSYNC),
+    YX_NAME(SQLITE_IOERR_TRUNCATE),
+    YX_NAME(SQLITE_IOERR_FSTAT),
+    YX_NAME(SQLITE_IOERR_LOCK),
+    YX_NAME(SQLITE_IOERR_NOMEM),
+    YX_NAME(SQLITE_IOERR_ACCESS),
+    YX_NAME(SQLITE_IOERR_SHMOPEN),
+    YX_NAME(SQLITE_IOERR_SHMSIZE),
+    YX_NAME(SQLITE_IOERR_SHMMAP),
+    YX_NAME(SQLITE_CORRUPT_VTAB),
+    YX_NAME(SQLITE_CORRUPT_SEQUENCE),
+    YX_NAME(SQLITE_CORRUPT_INDEX),
+    YX_NAME(SQLITE_CANTOPEN_ISDIR),
+    YX_NAME(SQLITE_CANTOPEN_FULLPATH),
+    YX_NAME(SQLITE_CANTOPEN_CONVPATH),
+    YX_NAME(SQLITE_CONSTRAINT_CHECK),
+    YX_NAME(SQLITE_CONSTRAINT_FOREIGNKEY),
+    YX_NAME(SQLITE_CONSTRAINT_NOTNULL),
+    YX_NAME(SQLITE_CONSTRAINT_PRIMARYKEY),
+    YX_NAME(SQLITE_CONSTRAINT_TRIGGER),
+    YX_NAME(SQLITE_CONSTRAINT_UNIQUE),
+    YX_NAME(SQLITE_CONSTRAINT_ROWID),
+    YX_NAME(SQLITE_ABORT_ROLLBACK),
+};
+#undef YX_NAME
+
+const char* Find(int code) {
+    for (const SName& n : kNames)
+        if (n.code == code) return n.name;
+    return nullptr;
+}
+}  // namespace
+
+const char* YxProjectDb_StatusName(int status) {
+    if (const char* name = Find(status)) return name;
+    // An extended SQLite code without a name of its own: its primary code.
+    if (status > 0 && (status & 0xff) != status)
+        if (const char* name = Find(status & 0xff)) return name;
+    return "UNKNOWN_STATUS";
+}
