@@ -87,6 +87,9 @@ int YxProjectDb_Frameprop_UpdateOrInsertMany(YxProjectDbHandle handle, std::vect
                                                 kProp.wszName, L"iJobrunKeyRef", L"iFrameIndex", L"iPropdefKeyRef",
                                                 L"iAssayrunKeyRef"));
         for (SYxProjectDbRow_frameprop& row : rows) {
+            // After a failure SQLite may have rolled the transaction back:
+            // no further row may be written outside it.
+            if (sel.Result() != 0 || upd.Result() != 0 || ins.Result() != 0) break;
             sel.Bind(1, row.iJobrunKeyRef);
             sel.Bind(2, row.iFrameIndex);
             sel.Bind(3, row.iPropdefKeyRef);
@@ -107,6 +110,9 @@ int YxProjectDb_Frameprop_UpdateOrInsertMany(YxProjectDbHandle handle, std::vect
         if (rc == 0) rc = upd.Result();
         if (rc == 0) rc = ins.Result();
     }
+    rc = tr.Finish(rc);
+    if (rc != 0)
+        for (SYxProjectDbRow_frameprop& row : rows) row.iKey = 0;
     return rc;
 }
 

@@ -60,9 +60,11 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
     for (const SYxProjectDbJobpropdefValues& d : defs)
         for (const CYxStringW& v : d.values)
             if (const int r = YxSqlite_CheckQuotedText(v)) return r;
-    int rc = DeleteWhere(db, kPropdef, L"iJobprogramKeyRef", programKey);
-    if (rc != 0) return rc;
+    // The old definitions go in the same transaction as the new ones: a
+    // failure leaves the program's definitions as they were.
     CYxSqliteTransaction tr(db, true, 30);
+    int rc = DeleteWhere(db, kPropdef, L"iJobprogramKeyRef", programKey);
+    if (rc != 0) return tr.Finish(rc);
     CYxSqliteCmd cmd(db, PropdefSql(L"INSERT"));
     const CYxStringW head =
         CYxStringW::Format(L"INSERT INTO %s (%s, %s) VALUES ", L"jobpropenumvalue", L"iJobpropdefKeyRef", L"wszPropenumvalue");
@@ -76,6 +78,7 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
         count = 0;
     };
     for (SYxProjectDbJobpropdefValues& d : defs) {
+        if (rc != 0) break;  // nothing more is written after a failure
         BindPropdef(cmd, programKey, d.def.wszPropkey, d.def.dPropdefvalue, d.def.iPropdeftype,
                     d.def.iPropdefvisibility, d.def.iPropdefflags, d.def.pDependencyExpression);
         std::int64_t rowid = 0;
@@ -84,7 +87,7 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
         cmd.Reset();
         d.def.iKey = ok ? rowid : 0;
         d.def.iJobprogramKeyRef = programKey;
-        if (!ok) continue;
+        if (!ok) break;
         for (const CYxStringW& v : d.values) {
             if (!batch.IsEmpty()) batch += L",";
             YxSqlite_AppendFormat(batch, L"(%I64d,'%s')", rowid, v);  // checked above
@@ -94,8 +97,12 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
             else ++count;
         }
     }
-    flush();
+    if (rc == 0) flush();
     if (rc == 0) rc = cmd.Result();
+    cmd.Reset();
+    rc = tr.Finish(rc);
+    if (rc != 0)
+        for (SYxProjectDbJobpropdefValues& d : defs) d.def.iKey = 0;
     return rc;
 }
 
@@ -161,14 +168,20 @@ int YxProjectDb_Jobpropenumvalue_SetAll(YxProjectDbHandle handle, std::int64_t p
                                         std::vector<SYxProjectDbRow_jobpropenumvalue>& rows) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
-    int rc = DeleteWhere(db, kEnumvalue, L"iJobpropdefKeyRef", propdefKey);
-    if (rc != 0) return rc;
-    if (rows.empty()) return 0;
     CYxSqliteTransaction tr(db, true, 30);
-    CYxSqliteInsert ins(db, kEnumvalue);
-    for (SYxProjectDbRow_jobpropenumvalue& r : rows) {
-        r.iJobpropdefKeyRef = propdefKey;
-        r.iKey = ins.Row(propdefKey, r.wszPropenumvalue);
+    int rc = DeleteWhere(db, kEnumvalue, L"iJobpropdefKeyRef", propdefKey);
+    if (rc != 0 || rows.empty()) return tr.Finish(rc);
+    {
+        CYxSqliteInsert ins(db, kEnumvalue);
+        for (SYxProjectDbRow_jobpropenumvalue& r : rows) {
+            r.iJobpropdefKeyRef = propdefKey;
+            r.iKey = ins.Row(propdefKey, r.wszPropenumvalue);
+            if (ins.Result() != 0) break;
+        }
+        rc = ins.Result();
     }
-    return ins.Result();
+    rc = tr.Finish(rc);
+    if (rc != 0)
+        for (SYxProjectDbRow_jobpropenumvalue& r : rows) r.iKey = 0;
+    return rc;
 }

@@ -171,17 +171,22 @@ int YxProjectDb_Jobrunqualstat_ResetMany(YxProjectDbHandle handle,
     if (!db) return YXPDB_E_NOCONNECTION;
     if (rows.empty()) return 0;
     CYxSqliteTransaction tr(db, true, 30);
-    CYxSqliteCmd cmd(db, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL WHERE %s=? AND %s=? AND %s=?;",
-                                            L"jobrunqualstat", L"iCount", L"iDistinctCount", L"iJobrunKeyRef",
-                                            L"iQualdefKeyRef", L"iOnEntity"));
-    for (const SYxProjectDbRow_jobrunqualstat& r : rows) {
-        cmd.BindInt64(1, r.iJobrunKeyRef);
-        cmd.BindInt64(2, r.iQualdefKeyRef);
-        cmd.BindInt32(3, r.iOnEntity);
-        cmd.Next();
-        cmd.Reset();
+    int rc = 0;
+    {
+        CYxSqliteCmd cmd(db, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL WHERE %s=? AND %s=? AND %s=?;",
+                                                L"jobrunqualstat", L"iCount", L"iDistinctCount", L"iJobrunKeyRef",
+                                                L"iQualdefKeyRef", L"iOnEntity"));
+        for (const SYxProjectDbRow_jobrunqualstat& r : rows) {
+            if (cmd.Result() != 0) break;
+            cmd.BindInt64(1, r.iJobrunKeyRef);
+            cmd.BindInt64(2, r.iQualdefKeyRef);
+            cmd.BindInt32(3, r.iOnEntity);
+            cmd.Next();
+            cmd.Reset();
+        }
+        rc = cmd.Result();
     }
-    return cmd.Result();
+    return tr.Finish(rc);
 }
 
 int YxProjectDb_Jobrunqualstat_RemoveMany(YxProjectDbHandle handle, std::int64_t runKey) {

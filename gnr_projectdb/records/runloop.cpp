@@ -75,10 +75,13 @@ int YxProjectDb_Runloop_UpdateIncOrder(YxProjectDbHandle handle, std::int64_t jo
         rc = YxSqlite_Execute(db, CYxStringW::Format(L"UPDATE %s SET %s=-%s WHERE %s=%I64d;", t, L"iOrder", L"iOrder",
                                                      L"iJobrunKeyRef", jobrunKey));
     if (rc != 0) {
-        YxSqlite_Execute(db, L"ROLLBACK TRANSACTION;");
+        // SQLite may have ended the transaction itself already.
+        if (!sqlite3_get_autocommit(db)) YxSqlite_Execute(db, L"ROLLBACK TRANSACTION;");
         return YXPDB_E_NOCONNECTION;
     }
-    return YxSqlite_Execute(db, L"COMMIT TRANSACTION;");
+    rc = YxSqlite_Execute(db, L"COMMIT TRANSACTION;");
+    if (rc != 0 && !sqlite3_get_autocommit(db)) YxSqlite_Execute(db, L"ROLLBACK TRANSACTION;", nullptr, false);
+    return rc;
 }
 
 int YxProjectDb_Runloop_ReplaceTaskKeyRefMany(YxProjectDbHandle handle, std::int64_t jobrunKey,

@@ -30,8 +30,9 @@
 // wszUuid and one YxProjectDb_Sys_JdnNow() into dCTime/dMTime, each only where
 // the table has that column and the stamp is asked for; the stamped values
 // and the new key are written back into the record. Many-row writes prepare
-// one statement, run under one transaction and retry a busy database (sleep
-// 30 ms, start the pass again from the first row, no limit).
+// one statement, run under one transaction (a savepoint inside the caller's),
+// are wholly written or not at all, and wait out a busy database (see
+// InsertMany).
 //
 // Thread safety: no locks of their own; a handle is used by one thread at a
 // time (see connection.h).
@@ -299,12 +300,34 @@ int InsertValues(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::in
     return rc;
 }
 
-// The busy-retrying many-insert. Empty: 0. Each element's iKey is set to its
-// new key (0 where ignored). It retries only the passes whose transaction it
-// owns; within a transaction of the caller a busy database returns
-// SQLITE_BUSY (5). clause null for InsertMany, kOrReplace for
-// InsertOrReplaceMany. nulls: the null-value list (the table's default when
-// null).
+// True for a failure that the values of one row cause; the statement is
+// undone alone and the transaction goes on.
+inline bool IsRowError(int rc) {
+    const int primary = rc & 0xFF;
+    return primary == SQLITE_CONSTRAINT || primary == SQLITE_MISMATCH || primary == SQLITE_TOOBIG;
+}
+
+// The busy-retrying many-insert. Empty: 0. clause null for InsertMany,
+// kOrReplace for InsertOrReplaceMany. nulls: the null-value list (the table's
+// default when null).
+//
+// A pass is wholly in or wholly out. On a connection in autocommit mode the
+// pass runs in a transaction of its own; a busy database rolls the pass back,
+// and after 30 ms it starts again from the first row, with no limit. Inside
+// the caller's transaction the pass runs under a savepoint; a step that meets
+// a busy database is retried after 30 ms without undoing anything, for as
+// long as SQLite answers plain SQLITE_BUSY; a busy snapshot (the caller's
+// read snapshot is out of date, which no wait can cure) ends the pass with
+// SQLITE_BUSY.
+//
+// A row whose own values fail (a constraint, a type mismatch, a value too
+// big) fails alone: the pass goes on, is kept, and returns that row's status.
+// Any other failure (an interrupted statement, a full disk, an I/O error)
+// ends the pass: what it wrote is rolled back, by the pass or already by
+// SQLite, and its status returned.
+//
+// Keys: each element's iKey is its new key (0 where its row failed or was
+// ignored); after a pass that was rolled back every iKey is 0.
 template <class Row>
 int InsertMany(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* clause = nullptr,
                unsigned stamp = eStampNone, const CYxSqliteNullValueVector* nulls = nullptr) {
@@ -319,30 +342,53 @@ int InsertMany(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* 
         for (Row& row : rows) Stamp(row, stamp, now, (stamp & eStampUuid) ? YxProjectDb_Sys_UuidAsText() : CYxStringW());
     }
     for (;;) {
-        CYxSqliteInsertTransacted ins(db, def, clause);
-        if (ins.IsTransactionOwner()) ins.IgnoreBusyError();
-        bool busy = false;
-        for (Row& row : rows) {
-            BindInsertRow(ins, row, nv);
-            KeyOf(row) = ins.Execute();
-            if (ins.IsBusy()) {
-                busy = true;
-                break;
+        CYxSqliteTransaction tr(db, true, 30);
+        if (!tr.IsActive() && !tr.IsSavepoint()) return SQLITE_ERROR;  // neither could be opened
+        const bool own = tr.IsActive();
+        int rowStatus = 0;  // the first failure of a single row
+        int passStatus = 0; // a failure that ends the pass
+        bool restart = false;
+        {
+            CYxSqliteInsert ins(db, def, clause);
+            ins.IgnoreBusyError();  // busy answers are handled here
+            passStatus = ins.Result();
+            for (std::size_t i = 0; passStatus == 0 && i < rows.size(); ++i) {
+                BindInsertRow(ins, rows[i], nv);
+                for (;;) {
+                    KeyOf(rows[i]) = ins.Execute();
+                    if (!ins.IsBusy()) break;
+                    if (own) {
+                        restart = true;
+                        break;
+                    }
+                    if ((ins.LastStep() & 0xFF) != SQLITE_BUSY ||
+                        sqlite3_extended_errcode(db) == SQLITE_BUSY_SNAPSHOT || tr.IsLost()) {
+                        passStatus = ins.LastStep() & 0xFF;
+                        break;
+                    }
+                    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+                }
+                if (restart) break;
+                const int step = ins.LastStep() & 0xFF;
+                if (step == SQLITE_DONE || passStatus != 0) continue;
+                if (!tr.IsLost() && IsRowError(step)) {
+                    if (rowStatus == 0) rowStatus = step;
+                } else {
+                    passStatus = step;
+                }
             }
         }
-        if (!busy) {
-            const int finish = ins.Finish();
-            const int rc = ins.Result();
-            return rc ? rc : finish;
+        if (restart) {
+            tr.Finish(SQLITE_BUSY);
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            continue;
         }
-        // Inside the caller's transaction a pass cannot be undone here: the
-        // rows before the busy point belong to that transaction, and writing
-        // them again would double them. The caller gets the busy status and
-        // decides (a busy error inside a transaction does not cure itself).
-        if (!ins.IsTransactionOwner()) return ins.Result() ? ins.Result() : SQLITE_BUSY;
-        // The statement (and its pass) ends here; sleep and start over.
-        ins.Finish();
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        passStatus = tr.Finish(passStatus);
+        if (passStatus != 0) {
+            for (Row& row : rows) KeyOf(row) = 0;
+            return passStatus;
+        }
+        return rowStatus;
     }
 }
 
@@ -405,7 +451,8 @@ int Delete(YxProjectDbHandle handle, std::int64_t key) {
 }
 
 // Deletes by the natural-key columns of every record: one prepared delete
-// inside one CYxSqliteTransaction(db, true, 30). Empty: 0.
+// inside one CYxSqliteTransaction(db, true, 30); wholly or (on any failure)
+// not at all. Empty: 0.
 template <class Row>
 int RemoveMany(YxProjectDbHandle handle, const std::vector<Row>& rows, std::initializer_list<const wchar_t*> keyCols) {
     sqlite3* db = Db(handle);
@@ -419,12 +466,13 @@ int RemoveMany(YxProjectDbHandle handle, const std::vector<Row>& rows, std::init
     {
         CYxSqliteDelete del(db, def, std::vector<const wchar_t*>(keyCols));
         for (const Row& row : rows) {
+            if (del.Result() != 0) break;
             BindFieldsAt(del, row, idx);
             del.Execute();
         }
         rc = del.Result();
     }
-    return rc;
+    return tr.Finish(rc);
 }
 
 // ---------------------------------------------------------------- names, uuids, presence

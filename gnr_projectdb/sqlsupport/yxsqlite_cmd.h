@@ -242,7 +242,8 @@ public:
 
     bool IsTransactionOwner() const { return m_owner; }
     // Ends the owned transaction now: returns 0 after a commit, the commit's
-    // error code, or SQLITE_BUSY after a rollback of a busy pass.
+    // error code, SQLITE_BUSY after a rollback of a busy pass, or
+    // SQLITE_ABORT when SQLite had rolled the transaction back already.
     int Finish();
 
 private:

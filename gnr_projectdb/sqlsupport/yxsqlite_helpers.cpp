@@ -28,7 +28,7 @@ bool IsBusyCode(int rc) { return (rc & 0xFF) == SQLITE_BUSY || (rc & 0xFF) == SQ
 
 // Runs a UTF-8 script statement by statement. With blocking set, a busy
 // statement is retried.
-int RunScript(sqlite3* db, const std::string& script, CYxStringW* error, bool report, bool blocking) {
+int RunStatements(sqlite3* db, const std::string& script, CYxStringW* error, bool report, bool blocking) {
     if (!db) {
         if (error) *error = L"no connection";
         return SQLITE_MISUSE;
@@ -76,6 +76,17 @@ int RunScript(sqlite3* db, const std::string& script, CYxStringW* error, bool re
     }
     if (error) error->Empty();
     return SQLITE_OK;
+}
+
+// A script that begins a transaction of its own and fails before its end
+// must not leave the connection inside it: that transaction is rolled back.
+// A transaction that was open before the script is the caller's to end.
+int RunScript(sqlite3* db, const std::string& script, CYxStringW* error, bool report, bool blocking) {
+    const bool wasAutocommit = db && sqlite3_get_autocommit(db);
+    const int rc = RunStatements(db, script, error, report, blocking);
+    if (rc != SQLITE_OK && wasAutocommit && !sqlite3_get_autocommit(db))
+        sqlite3_exec(db, "ROLLBACK TRANSACTION;", nullptr, nullptr, nullptr);
+    return rc;
 }
 
 template <class T, class Reader>

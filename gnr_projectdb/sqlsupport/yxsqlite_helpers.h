@@ -34,7 +34,10 @@ GNR_API int YxSqlite_Close(sqlite3* db);
 // failure, returning its code. With report false nothing is written to the
 // diagnostic output. Only for scripts that the library writes itself: a
 // statement that carries a caller's text, or a value read from a file, runs
-// through YxSqlite_ExecuteSingle.
+// through YxSqlite_ExecuteSingle. A failing script that began a transaction
+// itself (the connection was in autocommit mode before it) has that
+// transaction rolled back, so the connection is never left inside it; a
+// transaction that was open before the script stays open for its owner.
 GNR_API int YxSqlite_Execute(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr, bool report = true);
 // Runs exactly one statement. Text after it (other than blanks, comments and
 // semicolons) makes the call fail with SQLITE_ERROR before anything runs, so

@@ -156,6 +156,12 @@ int CYxSqliteInsertTransacted::Finish() {
     }
     m_finished = true;
     Reset();  // a statement in progress would keep the transaction busy
+    if (sqlite3_get_autocommit(m_db)) {
+        // SQLite rolled the transaction back after a failed statement: none
+        // of the rows of this pass remain, and that is no success.
+        Fail(SQLITE_ABORT, "transaction rolled back by SQLite");
+        return SQLITE_ABORT;
+    }
     if (IsBusy()) {
         sqlite3_exec(m_db, "ROLLBACK TRANSACTION;", nullptr, nullptr, nullptr);
         return SQLITE_BUSY;

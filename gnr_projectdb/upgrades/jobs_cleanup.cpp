@@ -32,10 +32,12 @@ int YxProjectDb_Upgrade_JobsCleanupWorker(const wchar_t* path) {
     }
     {
         // Foreign keys stay as the connection has them; the clean-up keeps
-        // whatever the script did, even when a later statement failed.
+        // whatever the script did, even when a later statement failed -
+        // except after a confirmed cancel, which leaves the file unchanged.
         CYxSqliteTransaction transaction(db, true, 30);
         YxProjectDb_Upgrade_InstallProgressHandler(db);
         status = YxSqlite_Execute(db, kCleanupScript, nullptr, false);
+        if (YxProjectDb_Upgrade_AbortFlag().load() != 0) transaction.SetRollback();
         const int end = transaction.End();
         if (status == 0 && end != 0) status = end;
     }

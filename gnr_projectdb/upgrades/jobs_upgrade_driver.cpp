@@ -79,7 +79,10 @@ int RunSilentChain(sqlite3* db, int status) {
                     L"Upgrading silent version %I64d to...", status);
 }
 
-// Ends the transaction; a failing commit becomes the run's status.
+// Ends the transaction; a failing commit becomes the run's status, and so
+// does a transaction that SQLite rolled back by itself (an interrupted or
+// failed statement): the caller is never told of an upgrade that did not
+// happen.
 int EndTransaction(CYxSqliteTransaction& transaction, int status) {
     const int end = transaction.End();
     if (status == 0 && end != 0) {
@@ -151,8 +154,15 @@ int YxProjectDb_Upgrade_JobsUpgradeWorker(const wchar_t* path) {
                           L"Upgrading version %I64d to...", status);
 
         // The silent step runs even after a failed main chain, and its status
-        // then decides whether the work done so far is committed.
-        if (ReadSilent(db) < YX_PROJECTDB_JOBS_SILENT_VERSION || status == 0) status = RunSilentChain(db, status);
+        // then decides whether the work done so far is committed - unless
+        // SQLite rolled the transaction back already: there is nothing left
+        // to commit, and the step would write outside any transaction.
+        if (transaction.IsLost()) {
+            if (status == 0) status = SQLITE_ABORT;
+        } else if (ReadSilent(db) < YX_PROJECTDB_JOBS_SILENT_VERSION || status == 0) {
+            status = RunSilentChain(db, status);
+        }
+        if (status == 0 && transaction.IsLost()) status = SQLITE_ABORT;
 
         if (status == 0) {
             YxProjectDb_Upgrade_PhaseCounter().fetch_add(1);
@@ -184,6 +194,7 @@ int YxProjectDb_Db_Jobs_Silent_Upgrade(const wchar_t* path) {
         YxSqlite_Execute(db, L"PRAGMA foreign_keys=0;\n", nullptr, false);
         YxProjectDb_Upgrade_InstallProgressHandler(db);
         status = RunSilentChain(db, 0);
+        if (status == 0 && transaction.IsLost()) status = SQLITE_ABORT;
         if (status != 0) {
             transaction.SetRollback();
             YX_DIAG_INFO(L"Rolling back transaction after error in silent upgrade...");

@@ -209,20 +209,3 @@ TEST_F(CYxRecordsTest, SplicedTextsCannotRunASecondStatement) {
     EXPECT_EQ(1, Count(L"jobdef"));
     EXPECT_TRUE(YxProjectDb_Db_HasTable(m_h, L"frame"));
 }
-
-TEST_F(CYxRecordsTest, InsertManyInsideTheCallersTransactionReportsBusyInsteadOfRewriting) {
-    sqlite3_busy_timeout(Db(), 0);
-    CYxTestProcess locker;
-    ASSERT_TRUE(locker.Start(YxTest_HelperPath(), {"lock", m_dir.FileUtf8("jobs.db"), "1500"}));
-    ASSERT_TRUE(locker.WaitForLine("locked"));
-    ASSERT_EQ(SQLITE_OK, sqlite3_exec(Db(), "BEGIN TRANSACTION;", nullptr, nullptr, nullptr));
-    std::vector<SYxProjectDbRow_tagdef> rows(3);
-    for (int i = 0; i < 3; ++i) rows[i] = SYxProjectDbRow_tagdef{0, i, 0, CYxStringW::Format(L"t%d", i), L""};
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(SQLITE_BUSY, YxProjectDb_Row_InsertMany(m_h, rows));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
-    EXPECT_TRUE(YxProjectDb_Db_IsInTransaction(m_h));  // still the caller's to end
-    sqlite3_exec(Db(), "ROLLBACK TRANSACTION;", nullptr, nullptr, nullptr);
-    EXPECT_EQ(0, locker.Wait());
-    EXPECT_EQ(0, Count(L"tagdef"));
-}
