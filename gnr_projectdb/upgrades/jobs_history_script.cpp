@@ -101,8 +101,25 @@ CYxJobsStepScript& CYxJobsStepScript::Rebuild(const wchar_t* table, std::initial
     return RenameForRebuild(table).CreateTable(table).CopyBack(table, fills).DropOld(table);
 }
 
+std::vector<const SYxSqliteColDef*> CYxJobsStepScript::KeptColumns(const wchar_t* table) {
+    std::vector<const SYxSqliteColDef*> kept;
+    const SYxSqliteTableDef* target = TargetDef(table);
+    const SYxSqliteTableDef* current = YxProjectDb_Schema_FindJobsTable(table);
+    if (!m_db || !target || !current) return kept;
+    // The table name is one of the schema's own, never a caller's text.
+    for (const CYxStringW& name :
+         ReadNames(m_db, CYxStringW::Format(L"SELECT name FROM pragma_table_info('%s') ORDER BY cid;", table))) {
+        if (YxSqliteTableDef_FindColumn(*target, name) >= 0) continue;
+        const int i = YxSqliteTableDef_FindColumn(*current, name);
+        if (i >= 0) kept.push_back(&current->pCols[i]);
+    }
+    return kept;
+}
+
 CYxJobsStepScript& CYxJobsStepScript::RenameForRebuild(const wchar_t* table) {
-    if (m_db) m_script += YxJobsStep_RenameForRebuild(m_db, table, CYxStringW::Format(L"%s_old", table));
+    if (!m_db) return *this;
+    m_kept[table] = KeptColumns(table);
+    m_script += YxJobsStep_RenameForRebuild(m_db, table, CYxStringW::Format(L"%s_old", table));
     return *this;
 }
 
@@ -113,7 +130,17 @@ CYxJobsStepScript& CYxJobsStepScript::CreateTable(const wchar_t* table) {
         m_failed = true;
         return *this;
     }
-    m_script += YxSqlite_CreateTableSqlCommand(*def);
+    const auto kept = m_kept.find(table);
+    if (kept == m_kept.end() || kept->second.empty()) {
+        m_script += YxSqlite_CreateTableSqlCommand(*def);
+        return *this;
+    }
+    std::vector<SYxSqliteColDef> cols(def->pCols, def->pCols + def->nCols);
+    for (const SYxSqliteColDef* c : kept->second) cols.push_back(*c);
+    SYxSqliteTableDef extended = *def;
+    extended.nCols = static_cast<int>(cols.size());
+    extended.pCols = cols.data();
+    m_script += YxSqlite_CreateTableSqlCommand(extended);
     return *this;
 }
 
@@ -140,6 +167,16 @@ CYxJobsStepScript& CYxJobsStepScript::CopyBack(const wchar_t* table, std::initia
         columns += name;
         values += value;
     }
+    const auto kept = m_kept.find(table);
+    if (kept != m_kept.end())
+        for (const SYxSqliteColDef* c : kept->second) {
+            if (!columns.IsEmpty()) {
+                columns += L", ";
+                values += L", ";
+            }
+            columns += c->wszName;
+            values += c->wszName;
+        }
     m_script.AppendFormat(L"INSERT INTO %s (%s) SELECT %s FROM %s_old;\n", table, columns, values, table);
     return *this;
 }

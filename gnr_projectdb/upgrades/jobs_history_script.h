@@ -8,6 +8,12 @@
 // gives for them (a constant, a join, a subquery; the old table is named
 // <table>_old there).
 //
+// A rebuild keeps the columns that the table has in the file beyond the
+// step's own definition where the current schema has them too (the alignment
+// matrix that the silent step may have added before the main chain reached
+// the step): they are created after the definition's columns, with their
+// current definition, and their values are copied back.
+//
 // Run() appends the version bump and executes the script once. A step never
 // begins or ends a transaction.
 #pragma once
@@ -15,9 +21,13 @@
 #include "framework/yxstring.h"
 
 #include <initializer_list>
+#include <map>
+#include <string>
 #include <utility>
+#include <vector>
 
 struct sqlite3;
+struct SYxSqliteColDef;
 struct SYxSqliteTableDef;
 
 // Column name and the SQL expression that fills it in a copy back.
@@ -55,8 +65,13 @@ public:
     const SYxSqliteTableDef* TargetDef(const wchar_t* table) const;
 
 private:
+    // The columns of the current schema that the table has in the file but
+    // not in the step's target definition (read when it is renamed).
+    std::vector<const SYxSqliteColDef*> KeptColumns(const wchar_t* table);
+
     sqlite3* m_db;
     int m_from;
+    std::map<std::wstring, std::vector<const SYxSqliteColDef*>> m_kept;
     CYxStringW m_script;
     bool m_failed = false;
 };
