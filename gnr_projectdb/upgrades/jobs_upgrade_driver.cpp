@@ -55,9 +55,12 @@ int OpenForUpgrade(const wchar_t* path, sqlite3** db) {
 
 // Runs the steps of one chain while the version read is below `target`,
 // logging each version reached; stops at the first failing step. Returns the
-// status of the last step run, or `status` when no step was needed.
+// status of the last step run, or `status` when no step was needed. With
+// `mustAdvance` a step that succeeds without moving the version ends the
+// chain with -9 (it would run for ever); without it the step simply runs
+// again, as the silent chain does: its second run fails with its own status.
 int RunChain(sqlite3* db, std::int64_t (*read)(sqlite3*), int (*step)(sqlite3*, std::int64_t), std::int64_t target,
-             const wchar_t* startLine, int status) {
+             const wchar_t* startLine, int status, bool mustAdvance) {
     std::int64_t version = read(db);
     YX_DIAG_INFO(startLine, version);
     while (version < target) {
@@ -65,7 +68,7 @@ int RunChain(sqlite3* db, std::int64_t (*read)(sqlite3*), int (*step)(sqlite3*, 
         const std::int64_t reached = read(db);
         YX_DIAG_INFO(L"version %I64d (%s)", reached, status != 0 ? L"FAILED" : L"");
         if (status != 0) break;
-        if (reached <= version) {  // a step that does not advance would never end
+        if (mustAdvance && reached <= version) {  // a step that does not advance would never end
             status = YXPDB_E_NOCONNECTION;
             break;
         }
@@ -76,7 +79,7 @@ int RunChain(sqlite3* db, std::int64_t (*read)(sqlite3*), int (*step)(sqlite3*, 
 
 int RunSilentChain(sqlite3* db, int status) {
     return RunChain(db, &ReadSilent, &YxProjectDb_Upgrade_JobsSilentStep, YX_PROJECTDB_JOBS_SILENT_VERSION,
-                    L"Upgrading silent version %I64d to...", status);
+                    L"Upgrading silent version %I64d to...", status, false);
 }
 
 // Ends the transaction; a failing commit becomes the run's status, and so
@@ -151,7 +154,7 @@ int YxProjectDb_Upgrade_JobsUpgradeWorker(const wchar_t* path) {
         YxProjectDb_Upgrade_InstallProgressHandler(db);
 
         status = RunChain(db, &ReadMain, &YxProjectDb_Upgrade_RunJobsStep, YX_PROJECTDB_JOBS_SCHEMA_VERSION,
-                          L"Upgrading version %I64d to...", status);
+                          L"Upgrading version %I64d to...", status, true);
 
         // The silent step runs even after a failed main chain, and its status
         // then decides whether the work done so far is committed - unless

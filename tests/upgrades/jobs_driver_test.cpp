@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <mutex>
 #include <set>
+#include <thread>
 
 namespace {
 std::mutex g_mutex;
@@ -217,4 +218,48 @@ TEST_F(JobsDriverTest, PathAndOpenFailures) {
     EXPECT_EQ(SQLITE_CANTOPEN, Upgrade());
     EXPECT_EQ(SQLITE_CANTOPEN, YxProjectDb_Db_Jobs_Cleanup(CYxStringW::FromUtf8(path), nullptr));
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(JobsDriverTest, ASilentRowHoldingZeroRunsTheStepAgainAndReturnsItsFailure) {
+    UpgTest_CreateJobsFile(path, 136, 0);
+    const std::string before = UpgTest_Dump(path);
+    // The first run adds the columns and a second "silent" row; the version
+    // read is still the first row's 0, so the step runs again and its first
+    // statement fails.
+    EXPECT_EQ(SQLITE_ERROR, YxProjectDb_Db_Jobs_Silent_Upgrade(CYxStringW::FromUtf8(path)));
+    EXPECT_EQ(before, UpgTest_Dump(path));
+    EXPECT_EQ(SQLITE_ERROR, Upgrade());
+    EXPECT_EQ(before, UpgTest_Dump(path));
+}
+
+TEST_F(JobsDriverTest, ACancelDuringTheIndexPhaseFailsAndLeavesTheOldVersion) {
+    UpgTest_CreateJobsFile(path, 135, 1);
+    const std::wstring index = YxSqlite_IndexNames(YxJobsDef_frame).front().str();
+    const std::string indexUtf8(index.begin(), index.end());
+    sqlite3* db = UpgTest_Open(path);
+    // Enough frames that re-creating the dropped index takes a while.
+    ASSERT_EQ(0, UpgTest_Exec(db, "DROP INDEX " + indexUtf8 + ";"
+                                  "INSERT INTO frame(iJobrunKeyRef, iFrameIndex) SELECT 1, i FROM "
+                                  "(WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM c WHERE i<300000) "
+                                  "SELECT i FROM c);"));
+    UpgTest_Close(db);
+
+    YxProjectDb_Upgrade_PhaseCounter().store(0);
+    YxProjectDb_Upgrade_AbortFlag().store(0);
+    std::atomic<bool> done{false};
+    std::thread canceller([&] {
+        // The user confirms a cancel as soon as the indexes are examined.
+        while (!done.load() && YxProjectDb_Upgrade_PhaseCounter().load() < 1) std::this_thread::yield();
+        if (!done.load()) YxProjectDb_Upgrade_AbortFlag().fetch_add(1);
+    });
+    const int status = Upgrade();
+    done.store(true);
+    canceller.join();
+    YxProjectDb_Upgrade_AbortFlag().store(0);
+    YxProjectDb_Upgrade_PhaseCounter().store(0);
+
+    EXPECT_NE(0, status);
+    EXPECT_EQ(135, Main());
+    EXPECT_EQ(0, UpgTest_IntOf(path, "SELECT count(*) FROM sqlite_master WHERE name='step_135';"));
+    EXPECT_EQ(0, UpgTest_IntOf(path, "SELECT count(*) FROM sqlite_master WHERE name='" + indexUtf8 + "';"));
 }
