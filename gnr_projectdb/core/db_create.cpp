@@ -22,8 +22,24 @@ const wchar_t* YxDb_DefaultJournalMode(const wchar_t* path) {
     return YxProjectDb_Sys_IsNetworkPath(path) ? L"delete" : L"wal";
 }
 
+namespace {
+// True when the path names a folder or a file that holds anything (or a
+// write-ahead log that does): a database may be there, and creating must not
+// touch it - not even its journal mode.
+bool HoldsSomething(const wchar_t* path) {
+    if (YxFs_IsDirectory(path)) return true;
+    if (YX_GetFileSizeFromName(path) > 0) return true;
+    const CYxStringW wal = CYxStringW(path) + L"-wal";
+    return YX_GetFileSizeFromName(wal) > 0;
+}
+}  // namespace
+
 int YxDb_Create(const SYxDbFlavour& flavour, const wchar_t* path) {
     if (!path || !*path) return YXPDB_E_GENERIC;
+    if (HoldsSomething(path)) {
+        YX_DIAG_WARN(L"Cannot create %s: the file exists and is not empty", path);
+        return SQLITE_ERROR;
+    }
 
     if (flavour.bProjectFolder) {
         CYxStringW folder, name;

@@ -271,3 +271,44 @@ TEST(DbContent, CreateWithUpgradesAddsCatalogVersionsAndDefaults) {
     YxProjectDb_Db_Disconnect(hb);
 }
 }  // namespace
+
+namespace {
+std::string Bytes(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+TEST(DbCreate, AnExistingFileIsLeftByteIdentical) {
+    CYxTempDir dir;
+    const std::string db = dir.FileUtf8("old.db");
+    {
+        sqlite3* raw = nullptr;
+        ASSERT_EQ(SQLITE_OK, sqlite3_open(db.c_str(), &raw));
+        ASSERT_EQ(SQLITE_OK, sqlite3_exec(raw, "PRAGMA journal_mode=delete; CREATE TABLE keep(x); "
+                                               "INSERT INTO keep VALUES(42);",
+                                          nullptr, nullptr, nullptr));
+        sqlite3_close(raw);
+    }
+    const std::string text = dir.FileUtf8("notes.txt");
+    std::ofstream(text) << "not a database";
+    for (const std::string& file : {db, text}) {
+        SCOPED_TRACE(file);
+        const std::string before = Bytes(file);
+        const CYxStringW wfile = CYxStringW::FromUtf8(file);
+        EXPECT_NE(0, YxProjectDb_Db_Jobs_Create(wfile));
+        EXPECT_NE(0, YxProjectDb_Db_Jobs_CreateWithUpgrades(wfile));
+        EXPECT_NE(0, YxProjectDb_Db_Vasq_Create(wfile));
+        EXPECT_EQ(before, Bytes(file));
+        EXPECT_FALSE(std::filesystem::exists(file + "-wal"));
+    }
+    EXPECT_EQ(std::vector<std::string>{"delete"}, YxTest_Query(db, "PRAGMA journal_mode"));
+    EXPECT_FALSE(std::filesystem::exists(dir.FileUtf8("old Projects")));
+
+    // An empty file is no database yet: it is created.
+    const std::string empty = dir.FileUtf8("empty.db");
+    std::ofstream(empty).close();
+    EXPECT_EQ(0, YxProjectDb_Db_Jobs_Create(CYxStringW::FromUtf8(empty)));
+    EXPECT_EQ(std::vector<std::string>{"136"},
+              YxTest_Query(empty, "SELECT iVersion FROM vesion WHERE wszName='main'"));
+}
+}  // namespace
