@@ -66,10 +66,12 @@ int YxProjectDb_File_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, s
 int YxProjectDb_File_GetMany(YxProjectDbHandle handle, const std::vector<std::int64_t>* keys,
                              std::vector<SYxProjectDbRow_file>& rows) {
     if (!keys) return 0;
+    // One record per key, in order; a key without a row appends its record
+    // as it was (iKey 0), so that callers see which key has none.
     for (std::int64_t key : *keys) {
         SYxProjectDbRow_file row;
         if (YxProjectDb_File_GetOne(handle, key, row) != 0) return YXPDB_E_NOCONNECTION;
-        if (row.iKey != 0) rows.push_back(std::move(row));
+        rows.push_back(std::move(row));
     }
     return 0;
 }

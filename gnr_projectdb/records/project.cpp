@@ -119,15 +119,27 @@ int YxProjectDb_Proj_GetAllUuuids(YxProjectDbHandle handle, std::vector<CYxStrin
 int YxProjectDb_Proj_getUUIDFromJobDefUUIDs(YxProjectDbHandle handle, const std::vector<CYxStringW>& jobdefUuids,
                                             std::vector<CYxStringW>& projUuids) {
     if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    CYxStringW where;
-    for (const CYxStringW& u : jobdefUuids) {
+    // SQLite limits the depth of an expression (1000 terms): a long list is
+    // asked in chunks of the same statement, and the answers are joined
+    // without repeating a value. Every condition is built (and every uuid
+    // checked) before the first statement runs. No uuids: one statement
+    // without a condition.
+    constexpr std::size_t kChunk = 500;
+    std::vector<CYxStringW> conditions(1);
+    for (std::size_t i = 0; i < jobdefUuids.size(); ++i) {
+        if (i > 0 && i % kChunk == 0) conditions.emplace_back();
+        CYxStringW& where = conditions.back();
         where += where.IsEmpty() ? L" WHERE " : L" OR ";
-        if (const int rc = YxSqlite_AppendFormat(where, L" %s.%s = '%s' ", L"jobdef", L"wszUuid", u)) return rc;
+        if (const int rc = YxSqlite_AppendFormat(where, L" %s.%s = '%s' ", L"jobdef", L"wszUuid", jobdefUuids[i]))
+            return rc;
     }
-    const CYxStringW sql = CYxStringW::Format(L"SELECT %s.%s FROM %s  JOIN %s ON %s.%s = %s.%s %s", L"project",
-                                              L"wszUuid", L"project", L"jobdef", L"jobdef", L"iProjKeyRef", L"project",
-                                              L"iKey", where);
-    return ReadStrings(handle, sql, projUuids, true);
+    for (const CYxStringW& where : conditions) {
+        const CYxStringW sql = CYxStringW::Format(L"SELECT %s.%s FROM %s  JOIN %s ON %s.%s = %s.%s %s", L"project",
+                                                  L"wszUuid", L"project", L"jobdef", L"jobdef", L"iProjKeyRef",
+                                                  L"project", L"iKey", where);
+        if (const int rc = ReadStrings(handle, sql, projUuids, true)) return rc;
+    }
+    return 0;
 }
 
 int YxProjectDb_Proj_GetCount(YxProjectDbHandle handle) {

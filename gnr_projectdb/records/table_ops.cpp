@@ -1,24 +1,24 @@
 // The non-template members of the common table operations (table_ops.h).
 #include "gnr_projectdb/records/table_ops.h"
 
+#include <string>
+#include <unordered_set>
+
 namespace yxrec {
 
 int ReadStrings(YxProjectDbHandle handle, const wchar_t* sql, std::vector<CYxStringW>& out, bool unique) {
     sqlite3* db = Db(handle);
     if (!db) return YXPDB_E_NOCONNECTION;
+    // The values already out, for an exact (case-sensitive) test in constant
+    // time; the output keeps the order in which values first came.
+    std::unordered_set<std::wstring> seen;
+    if (unique)
+        for (const CYxStringW& s : out) seen.insert(s.str());
     CYxSqliteCmd cmd(db, sql);
     while (cmd.Next()) {
         CYxStringW value;
         cmd.Column(0, value);
-        if (unique) {
-            bool present = false;
-            for (const CYxStringW& s : out)
-                if (s == value) {
-                    present = true;
-                    break;
-                }
-            if (present) continue;
-        }
+        if (unique && !seen.insert(value.str()).second) continue;
         out.push_back(std::move(value));
     }
     return cmd.Result();

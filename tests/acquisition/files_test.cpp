@@ -19,6 +19,28 @@ void WriteBytes(const std::string& path, std::size_t n) {
 
 using Files = AcqDbTest;
 
+TEST_F(Files, KeyListReadsOneRecordPerKeyInOrderAndAnUnknownKeyFailsTheSize) {
+    WriteBytes(dir.FileUtf8("a.raw"), 1572864);
+    std::int64_t a = 0, b = 0;
+    ASSERT_EQ(0, YxProjectDb_File_Insert(h, runKey, dir.File("a.raw"), 1, 1, 1, 1, 8, 1, 1.0, 1.0, &a));
+    ASSERT_EQ(0, YxProjectDb_File_Insert(h, runKey, dir.File("b.raw"), 1, 1, 1, 1, 8, 1, 1.0, 1.0, &b));
+    const std::int64_t unknown = b + 1000;
+    std::vector<std::int64_t> keys{b, unknown, a};
+    std::vector<SYxProjectDbRow_file> rows(1);  // appended to, not cleared
+    ASSERT_EQ(0, YxProjectDb_File_GetMany(h, &keys, rows));
+    ASSERT_EQ(4u, rows.size());
+    EXPECT_EQ(b, rows[1].iKey);
+    EXPECT_EQ(0, rows[2].iKey);
+    EXPECT_TRUE(rows[2].wszFileName.IsEmpty());
+    EXPECT_EQ(a, rows[3].iKey);
+
+    // The unknown key has no file whose size could be had.
+    std::int64_t mib = 0;
+    keys = {a, unknown};
+    EXPECT_EQ(YXPDB_E_NOCONNECTION, YxProjectDb_File_GetImagesSize_FromIKeys(h, &keys, mib));
+    EXPECT_EQ(2, mib);
+}
+
 TEST_F(Files, ImagesSizeRoundsEachFileAndAccumulates) {
     WriteBytes(dir.FileUtf8("big.raw"), 1572864);     // 1.5 MiB -> 2
     WriteBytes(dir.FileUtf8("small.raw"), 524287);    // just under 0.5 MiB -> 0
@@ -93,9 +115,10 @@ TEST_F(Files, RowsUpdatesAndLookups) {
     rows.clear();
     const std::vector<std::int64_t> keys{b, 12345, a};
     ASSERT_EQ(0, YxProjectDb_File_GetMany(h, &keys, rows));
-    ASSERT_EQ(2u, rows.size());
+    ASSERT_EQ(3u, rows.size());  // one record per key, the unknown one empty
     EXPECT_EQ(b, rows[0].iKey);
-    EXPECT_EQ(a, rows[1].iKey);
+    EXPECT_EQ(0, rows[1].iKey);
+    EXPECT_EQ(a, rows[2].iKey);
 
     AcqQuery(h, "UPDATE file SET wszUuid='abc' WHERE iKey=" + std::to_string(b));
     bool exists = false;

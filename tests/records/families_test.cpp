@@ -16,7 +16,9 @@
 
 #include <sqlite3.h>
 
+#include <cwctype>
 #include <fstream>
+#include <set>
 
 TEST_F(CYxRecordsTest, ProjectFoldersExistAsStoredAndBusyFoldersGetANewName) {
     const CYxStringW root = YxProjectDb_Db_ProjectRootFolder(m_h);
@@ -51,6 +53,51 @@ TEST_F(CYxRecordsTest, ProjectFoldersExistAsStoredAndBusyFoldersGetANewName) {
     EXPECT_EQ(1, Count(L"jobdef"));
     EXPECT_FALSE(YxProjectDb_Proj_IsExisting(m_h, k1));
     EXPECT_EQ(2, YxProjectDb_Proj_GetCount(m_h));
+}
+
+TEST_F(CYxRecordsTest, UuidListsKeepOrderAndExactValuesAndTakeAnyNumberOfUuids) {
+    std::int64_t p[3] = {};
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(0, YxProjectDb_Proj_Insert(m_h, CYxStringW::Format(L"P%d", i), L"", CYxStringW::Format(L"P%d", i),
+                                             &p[i]));
+    std::vector<CYxStringW> all;
+    ASSERT_EQ(0, YxProjectDb_Proj_GetAllUuuids(m_h, all));
+    ASSERT_EQ(3u, all.size());
+
+    // More job definitions than SQLite takes terms in one expression.
+    std::vector<SYxProjectDbRow_jobdef> defs;
+    std::vector<CYxStringW> defUuids;
+    for (int i = 0; i < 2500; ++i) {
+        SYxProjectDbRow_jobdef d{};
+        d.iProjKeyRef = p[i % 2];  // the third project has none
+        d.wszUuid = CYxStringW::Format(L"def-%05d", i);
+        d.wszName = CYxStringW::Format(L"n%05d", i);
+        defs.push_back(d);
+        defUuids.push_back(d.wszUuid);
+    }
+    ASSERT_EQ(0, YxProjectDb_Row_InsertMany(m_h, defs));
+    SYxProjectDbRow_project p0{}, p1{};
+    ASSERT_EQ(0, YxProjectDb_Proj_GetOne(m_h, p[0], p0));
+    ASSERT_EQ(0, YxProjectDb_Proj_GetOne(m_h, p[1], p1));
+
+    // A value already out is not repeated; one differing in case is another value.
+    CYxStringW upper = p1.wszUuid;
+    for (wchar_t& c : upper.str()) c = static_cast<wchar_t>(std::towupper(c));
+    std::vector<CYxStringW> projUuids{p0.wszUuid, upper};
+    ASSERT_EQ(0, YxProjectDb_Proj_getUUIDFromJobDefUUIDs(m_h, defUuids, projUuids));
+    EXPECT_EQ((std::vector<CYxStringW>{p0.wszUuid, upper, p1.wszUuid}), projUuids);
+
+    std::vector<CYxStringW> again{all[1]};
+    ASSERT_EQ(0, YxProjectDb_Proj_GetAllUuuids(m_h, again));
+    ASSERT_EQ(3u, again.size());
+    EXPECT_EQ(all[1], again[0]);
+    EXPECT_EQ(std::set<CYxStringW>(all.begin(), all.end()), std::set<CYxStringW>(again.begin(), again.end()));
+
+    std::vector<CYxStringW> ofP0;
+    ASSERT_EQ(0, YxProjectDb_Jobdef_GetAllUuuids(m_h, p0.wszUuid, ofP0));
+    ASSERT_EQ(1250u, ofP0.size());
+    EXPECT_EQ(L"def-00000", ofP0.front());  // ordered by name
+    EXPECT_EQ(L"def-02498", ofP0.back());
 }
 
 TEST_F(CYxRecordsTest, ProjectLatestIsTheLastModifiedAndUuidListsHoldEachOnce) {
