@@ -103,13 +103,17 @@ CYxJobsStepScript& CYxJobsStepScript::Rebuild(const wchar_t* table, std::initial
 
 std::vector<const SYxSqliteColDef*> CYxJobsStepScript::KeptColumns(const wchar_t* table) {
     std::vector<const SYxSqliteColDef*> kept;
+    const SYxSqliteTableDef* source = SourceDef(table);
     const SYxSqliteTableDef* target = TargetDef(table);
     const SYxSqliteTableDef* current = YxProjectDb_Schema_FindJobsTable(table);
-    if (!m_db || !target || !current) return kept;
+    if (!m_db || !source || !target || !current) return kept;
     // The table name is one of the schema's own, never a caller's text.
     for (const CYxStringW& name :
          ReadNames(m_db, CYxStringW::Format(L"SELECT name FROM pragma_table_info('%s') ORDER BY cid;", table))) {
-        if (YxSqliteTableDef_FindColumn(*target, name) >= 0) continue;
+        // A column of the step's own source version that the target lacks is
+        // dropped on purpose; only columns from outside the chain are kept.
+        if (YxSqliteTableDef_FindColumn(*source, name) >= 0 || YxSqliteTableDef_FindColumn(*target, name) >= 0)
+            continue;
         const int i = YxSqliteTableDef_FindColumn(*current, name);
         if (i >= 0) kept.push_back(&current->pCols[i]);
     }

@@ -9,7 +9,8 @@
 // <table>_old there).
 //
 // A rebuild keeps the columns that the table has in the file beyond the
-// step's own definition where the current schema has them too (the alignment
+// definitions of the step's source and target versions where the current
+// schema has them too (the alignment
 // matrix that the silent step may have added before the main chain reached
 // the step): they are created after the definition's columns, with their
 // current definition, and their values are copied back.
@@ -66,7 +67,8 @@ public:
 
 private:
     // The columns of the current schema that the table has in the file but
-    // not in the step's target definition (read when it is renamed).
+    // neither in the step's source nor in its target definition (read when
+    // the table is renamed).
     std::vector<const SYxSqliteColDef*> KeptColumns(const wchar_t* table);
 
     sqlite3* m_db;
