@@ -81,21 +81,16 @@ void BindRef(sqlite3_stmt* s, int pos, std::int64_t key) {
     else sqlite3_bind_int64(s, pos, key);
 }
 
-__attribute__((noinline)) int RawInsertFrames(sqlite3* db, std::vector<SYxProjectDbRow_frame>& rows) {
+// One prepared statement, one transaction, one step per row: the hand-written
+// loop that the library's many-row insert is measured against.
+template <class Row, class Bind>
+int RawInsert(sqlite3* db, const char* sql, std::vector<Row>& rows, Bind bind) {
     sqlite3_stmt* s = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO frame (iJobrunKeyRef, iJobtaskKeyRef, iFrameIndex, dCTime, iFileKeyRef, "
-                       "iFileFrameIndex) VALUES (?, ?, ?, ?, ?, ?)",
-                       -1, &s, nullptr);
+    sqlite3_prepare_v2(db, sql, -1, &s, nullptr);
     sqlite3_exec(db, "BEGIN TRANSACTION;", nullptr, nullptr, nullptr);
     int rc = SQLITE_OK;
     for (auto& r : rows) {
-        BindRef(s, 1, r.iJobrunKeyRef);
-        BindRef(s, 2, r.iJobtaskKeyRef);
-        sqlite3_bind_int(s, 3, r.iFrameIndex);
-        sqlite3_bind_double(s, 4, r.dCTime);
-        BindRef(s, 5, r.iFileKeyRef);
-        sqlite3_bind_int(s, 6, r.iFileFrameIndex);
+        bind(s, r);
         const int step = sqlite3_step(s);
         r.iKey = step == SQLITE_DONE ? sqlite3_last_insert_rowid(db) : 0;
         if (step != SQLITE_DONE && rc == SQLITE_OK) rc = step;
@@ -106,28 +101,31 @@ __attribute__((noinline)) int RawInsertFrames(sqlite3* db, std::vector<SYxProjec
     return rc;
 }
 
+__attribute__((noinline)) int RawInsertFrames(sqlite3* db, std::vector<SYxProjectDbRow_frame>& rows) {
+    return RawInsert(db,
+                     "INSERT INTO frame (iJobrunKeyRef, iJobtaskKeyRef, iFrameIndex, dCTime, iFileKeyRef, "
+                     "iFileFrameIndex) VALUES (?, ?, ?, ?, ?, ?)",
+                     rows, [](sqlite3_stmt* s, const SYxProjectDbRow_frame& r) {
+                         BindRef(s, 1, r.iJobrunKeyRef);
+                         BindRef(s, 2, r.iJobtaskKeyRef);
+                         sqlite3_bind_int(s, 3, r.iFrameIndex);
+                         sqlite3_bind_double(s, 4, r.dCTime);
+                         BindRef(s, 5, r.iFileKeyRef);
+                         sqlite3_bind_int(s, 6, r.iFileFrameIndex);
+                     });
+}
+
 __attribute__((noinline)) int RawInsertProps(sqlite3* db, std::vector<SYxProjectDbRow_frameprop>& rows) {
-    sqlite3_stmt* s = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO frameprop (iJobrunKeyRef, iAssayrunKeyRef, iPropdefKeyRef, iFrameIndex, dValue) "
-                       "VALUES (?, ?, ?, ?, ?)",
-                       -1, &s, nullptr);
-    sqlite3_exec(db, "BEGIN TRANSACTION;", nullptr, nullptr, nullptr);
-    int rc = SQLITE_OK;
-    for (auto& r : rows) {
-        BindRef(s, 1, r.iJobrunKeyRef);
-        BindRef(s, 2, r.iAssayrunKeyRef);
-        BindRef(s, 3, r.iPropdefKeyRef);
-        sqlite3_bind_int(s, 4, r.iFrameIndex);
-        sqlite3_bind_double(s, 5, r.dValue);
-        const int step = sqlite3_step(s);
-        r.iKey = step == SQLITE_DONE ? sqlite3_last_insert_rowid(db) : 0;
-        if (step != SQLITE_DONE && rc == SQLITE_OK) rc = step;
-        sqlite3_reset(s);
-    }
-    sqlite3_exec(db, "COMMIT TRANSACTION;", nullptr, nullptr, nullptr);
-    sqlite3_finalize(s);
-    return rc;
+    return RawInsert(db,
+                     "INSERT INTO frameprop (iJobrunKeyRef, iAssayrunKeyRef, iPropdefKeyRef, iFrameIndex, dValue) "
+                     "VALUES (?, ?, ?, ?, ?)",
+                     rows, [](sqlite3_stmt* s, const SYxProjectDbRow_frameprop& r) {
+                         BindRef(s, 1, r.iJobrunKeyRef);
+                         BindRef(s, 2, r.iAssayrunKeyRef);
+                         BindRef(s, 3, r.iPropdefKeyRef);
+                         sqlite3_bind_int(s, 4, r.iFrameIndex);
+                         sqlite3_bind_double(s, 5, r.dValue);
+                     });
 }
 
 // ---------------------------------------------------------------- benchmarks

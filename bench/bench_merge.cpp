@@ -21,14 +21,6 @@ using namespace gnr_bench;
 
 namespace {
 
-void Exec(sqlite3* db, const std::string& sql) {
-    char* err = nullptr;
-    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &err) != SQLITE_OK) {
-        std::fprintf(stderr, "%s\n  in %s\n", err ? err : "?", sql.c_str());
-        std::exit(1);
-    }
-}
-
 std::string MakeSource(std::int64_t n) {
     static std::map<std::int64_t, std::string> made;
     auto it = made.find(n);
@@ -133,25 +125,17 @@ void BM_MergePair(benchmark::State& state) {
     const std::string source = MakeSource(n);
     double seconds[2] = {0, 0};
     SMemory mem[2];
-    int turn = 0;
-    for (auto _ : state) {
-        const int first = turn++ % 2;
-        double both = 0;
-        for (int k = 0; k < 2; ++k) {
-            const int side = k == 0 ? first : 1 - first;
-            const CYxStringW target = NewDatabase(side == 0 ? "merge_library" : "merge_raw");
-            mem[side].Start();
-            const auto t0 = std::chrono::steady_clock::now();
-            const int rc = side == 0 ? LibraryMerge(source, target) : RawMerge(source, target);
-            const double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-            mem[side].Stop();
-            if (rc != 0) state.SkipWithError("merge failed");
-            seconds[side] += s;
-            both += s;
-            Remove(target);
-        }
-        state.SetIterationTime(both);
-    }
+    AlternateSides(state, seconds, [&](int side) {
+        const CYxStringW target = NewDatabase(side == 0 ? "merge_library" : "merge_raw");
+        mem[side].Start();
+        const auto t0 = std::chrono::steady_clock::now();
+        const int rc = side == 0 ? LibraryMerge(source, target) : RawMerge(source, target);
+        const double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+        mem[side].Stop();
+        if (rc != 0) state.SkipWithError("merge failed");
+        Remove(target);
+        return s;
+    });
     const double rows = 2.0 * n * static_cast<double>(state.iterations());
     const char* names[2] = {"library", "raw"};
     for (int s = 0; s < 2; ++s) {

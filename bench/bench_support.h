@@ -54,6 +54,28 @@ struct SMemory {
     }
 };
 
+// ---------------------------------------------------------------- comparisons
+
+// Runs both sides of a comparison in every iteration, the side that goes
+// first alternating, so that both see the same machine. side(i) runs side
+// i (0 or 1) once and returns its seconds, which are added to seconds[i];
+// the iteration's time is both together.
+template <class Side>
+void AlternateSides(benchmark::State& state, double (&seconds)[2], Side&& side) {
+    int turn = 0;
+    for (auto _ : state) {
+        const int first = turn++ % 2;
+        double both = 0;
+        for (int k = 0; k < 2; ++k) {
+            const int which = k == 0 ? first : 1 - first;
+            const double s = side(which);
+            seconds[which] += s;
+            both += s;
+        }
+        state.SetIterationTime(both);
+    }
+}
+
 inline std::string TempFolder() {
     static std::string folder = [] {
         char templ[] = "/tmp/gnr_bench_XXXXXX";
@@ -72,6 +94,15 @@ inline CYxStringW NewDatabase(const char* tag) {
         std::exit(1);
     }
     return wide;
+}
+
+// Runs SQL on a raw connection; a failure ends the benchmark process.
+inline void Exec(sqlite3* db, const std::string& sql) {
+    char* err = nullptr;
+    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &err) != SQLITE_OK) {
+        std::fprintf(stderr, "%s\n  in %s\n", err ? err : "?", sql.c_str());
+        std::exit(1);
+    }
 }
 
 // The pragmas of a read-write connection of the library.

@@ -1,9 +1,10 @@
 #include "framework/yxstring.h"
 
+#include "framework/yxclocale.h"
 #include "framework/yxdiag.h"
 #include "framework/yxutf8.h"
 
-#include <algorithm>
+#include <cwchar>
 #include <cstdio>
 #include <cwctype>
 
@@ -26,13 +27,31 @@ SYxFormatArg ArgFromNarrow(const char* s) {
 
 namespace {
 
+// The largest width or precision a format may ask for; a larger one is a
+// format error, so that no field can overflow the parser or the memory.
+constexpr int kMaxFieldSize = 4096;
+
 struct Spec {
     std::string flags;
     int width = -1;
     int precision = -1;
     int lengthBits = 0;  // 0: default, 32: I32, 64: I64/ll, -1: l, -2: h
     wchar_t conv = 0;
+    bool oversized = false;  // a width or precision beyond kMaxFieldSize
 };
+
+// Reads the run of digits at `p` (all of it) into `value`; false when the
+// number exceeds kMaxFieldSize, in which case `value` is left as it is.
+bool ReadFieldSize(const wchar_t*& p, int& value) {
+    int v = 0;
+    bool fits = true;
+    for (; *p >= L'0' && *p <= L'9'; ++p) {
+        if (fits) v = v * 10 + (*p - L'0');
+        if (v > kMaxFieldSize) fits = false;
+    }
+    if (fits) value = v;
+    return fits;
+}
 
 void Pad(std::wstring& out, const std::wstring& body, const Spec& s) {
     const bool left = s.flags.find('-') != std::string::npos;
@@ -51,13 +70,25 @@ std::string NarrowSpec(const Spec& s, const char* length, char conv) {
     return f;
 }
 
+// The field's length is bounded (kMaxFieldSize plus the digits of a
+// double), so the text is measured first and then written in full. Numbers
+// end up in SQL text: they are written in the "C" locale, with a decimal
+// point whatever LC_NUMERIC says.
 template <class T>
 void PrintNumber(std::wstring& out, const std::string& fmt, T value) {
-    char buf[512];
-    int n = std::snprintf(buf, sizeof buf, fmt.c_str(), value);
+    const CYxCLocaleScope cLocale;
+    char small[128];
+    const int n = std::snprintf(small, sizeof small, fmt.c_str(), value);
     if (n < 0) return;
-    std::size_t len = std::min<std::size_t>(static_cast<std::size_t>(n), sizeof buf - 1);
-    for (std::size_t i = 0; i < len; ++i) out.push_back(static_cast<wchar_t>(static_cast<unsigned char>(buf[i])));
+    const std::size_t len = static_cast<std::size_t>(n);
+    std::string large;
+    const char* text = small;
+    if (len >= sizeof small) {
+        large.resize(len + 1);
+        std::snprintf(large.data(), large.size(), fmt.c_str(), value);
+        text = large.c_str();
+    }
+    for (std::size_t i = 0; i < len; ++i) out.push_back(static_cast<wchar_t>(static_cast<unsigned char>(text[i])));
 }
 
 bool FormatOne(std::wstring& out, const Spec& s, const SYxFormatArg& a) {
@@ -144,14 +175,11 @@ std::wstring FormatArgs(const wchar_t* format, const SYxFormatArg* args, std::si
         }
         Spec s;
         while (*p && std::wcschr(L"-+ 0#", *p)) s.flags.push_back(static_cast<char>(*p++));
-        if (*p >= L'0' && *p <= L'9') {
-            s.width = 0;
-            while (*p >= L'0' && *p <= L'9') s.width = s.width * 10 + (*p++ - L'0');
-        }
+        if (*p >= L'0' && *p <= L'9' && !ReadFieldSize(p, s.width)) s.oversized = true;
         if (*p == L'.') {
             ++p;
             s.precision = 0;
-            while (*p >= L'0' && *p <= L'9') s.precision = s.precision * 10 + (*p++ - L'0');
+            if (!ReadFieldSize(p, s.precision)) s.oversized = true;
         }
         if (p[0] == L'I' && p[1] == L'6' && p[2] == L'4') { s.lengthBits = 64; p += 3; }
         else if (p[0] == L'I' && p[1] == L'3' && p[2] == L'2') { s.lengthBits = 32; p += 3; }
@@ -165,7 +193,7 @@ std::wstring FormatArgs(const wchar_t* format, const SYxFormatArg* args, std::si
             break;
         }
         s.conv = *p;
-        if (next >= count || !FormatOne(out, s, args[next])) {
+        if (next >= count || s.oversized || !FormatOne(out, s, args[next])) {
             failed = true;
             out += L"<format error>";
         }

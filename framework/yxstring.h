@@ -90,6 +90,8 @@ SYxFormatArg MakeArg(const T& value) {
 // Interprets a format against the arguments. A conversion whose argument
 // has the wrong type (or a missing argument) does not read anything: the
 // output receives "<format error>" at that place and a diagnostic is written.
+// The same holds for a width or precision above 4096: numbers in a format are
+// read without overflow, and no field grows beyond that bound.
 GNR_API std::wstring FormatArgs(const wchar_t* format, const SYxFormatArg* args, std::size_t count);
 
 }  // namespace yxformat_detail

@@ -2,8 +2,25 @@
 # Installs what is missing, builds, and runs the whole test suite.
 #   scripts/test.sh              normal build in build/
 #   scripts/test.sh --sanitize   ASan + UBSan build in build-asan/
+#   scripts/test.sh --tsan       ThreadSanitizer build in build-tsan/: builds and
+#                                runs only the threaded suites below
+# With CI set, the normal run is followed by the --tsan one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# Test executables that run real threads and are clean under ThreadSanitizer
+# (test_merge is clean too but takes a minute there: GNR_TSAN_SUITES="test_merge"
+# runs it, or any other list).
+read -r -a TSAN_SUITES <<< "${GNR_TSAN_SUITES:-test_queue test_registry test_sqlsupport}"
+if [ "${1:-}" = "--tsan" ]; then
+    shift
+    export GNR_TSAN=ON BUILD_DIR="${BUILD_DIR:-build-tsan}"
+    export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1"
+    ./scripts/build.sh "${TSAN_SUITES[@]}"
+    for suite in "${TSAN_SUITES[@]}"; do
+        "$BUILD_DIR/bin/$suite" --gtest_brief=1 "$@"
+    done
+    exit 0
+fi
 if [ "${1:-}" = "--sanitize" ]; then
     export GNR_SANITIZE=ON BUILD_DIR="${BUILD_DIR:-build-asan}"
     export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1" UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
@@ -12,5 +29,7 @@ fi
 BUILD_DIR="${BUILD_DIR:-build}"
 export BUILD_DIR
 ./scripts/build.sh
-cd "$BUILD_DIR"
-ctest --output-on-failure -j "$(nproc)" "$@"
+(cd "$BUILD_DIR" && ctest --output-on-failure -j "$(nproc)" "$@")
+if [ -n "${CI:-}" ] && [ "$BUILD_DIR" = build ]; then
+    BUILD_DIR=build-tsan ./scripts/test.sh --tsan
+fi

@@ -2,6 +2,7 @@
 
 #include "framework/yxstring.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_stmtcache.h"
 
 #include <sqlite3.h>
 
@@ -15,6 +16,11 @@ int ProgressTrampoline(void* state) {
     return static_cast<CYxProjectDbConnectionState*>(state)->CallHandlerCallbacks();
 }
 }  // namespace
+
+CYxSqliteStmtCache* CYxProjectDbConnectionState::Statements() {
+    if (!m_statements && m_db) m_statements = std::make_shared<CYxSqliteStmtCache>(m_db);
+    return m_statements.get();
+}
 
 void CYxProjectDbConnectionState::AddProgressHandler(IYxProjectDbProgressHandler* handler) {
     if (handler && std::find(m_handlers.begin(), m_handlers.end(), handler) == m_handlers.end())
@@ -90,7 +96,9 @@ void CYxProjectDbConnectionManager::Delete(YxProjectDbHandle handle) {
 CYxProjectDbConnection CYxProjectDbConnectionManager::Get(YxProjectDbHandle handle) {
     std::lock_guard<std::mutex> g(m_lock);
     auto it = m_map.find(handle);
-    return it == m_map.end() ? m_map[0] : it->second;
+    if (it == m_map.end()) return m_map[0];
+    it->second.Statements();  // made on first use
+    return it->second;
 }
 
 void CYxProjectDbConnectionManager::AddProgressHandler(YxProjectDbHandle handle,
@@ -113,8 +121,12 @@ std::size_t CYxProjectDbConnectionManager::Count() {
 }
 
 void YxProjectDb_Db_Disconnect(YxProjectDbHandle handle) {
-    sqlite3* db = CYxProjectDbConnectionManager::GetConnection(handle);
+    const CYxProjectDbConnection conn = CYxProjectDbConnectionManager::GetConnection(handle);
+    sqlite3* db = conn;
     if (!db) return;
+    // The cached statements go first: a statement left alive would keep the
+    // file open after the close.
+    if (conn.Statements()) conn.Statements()->Clear();
     // sqlite3_close_v2 defers the close if a statement is still alive, so the
     // handle number is never reused for a connection that is still open.
     sqlite3_close_v2(db);

@@ -47,7 +47,8 @@ CYxQueueEngine::CYxQueueEngine(const SYxQueueOptions& options)
     : m_capacity(static_cast<std::size_t>(options.iCapacity)),
       m_policy(options.eFailurePolicy),
       m_fnCancelled(options.fnCancelled),
-      m_fnFailed(options.fnFailed) {
+      m_fnFailed(options.fnFailed),
+      m_refillLevel(m_capacity - std::max<std::size_t>(1, m_capacity / 2)) {
     for (std::size_t i = 0; i < options.stages.size(); ++i) {
         auto stage = std::make_unique<Stage>();
         stage->kind = options.stages[i].eKind;
@@ -114,11 +115,17 @@ int CYxQueueEngine::Push(std::unique_ptr<IYxQueueItem>& item, int timeoutMs) {
         ++m_producersWaiting;
         if (timeoutMs < 0) {
             m_producerWake.wait(lock);
-        } else if (m_producerWake.wait_until(lock, deadline) == std::cv_status::timeout) {
-            --m_producersWaiting;
-            if (!m_cancelled && !m_closed && m_inFlight < m_capacity)
-                break;
-            return m_cancelled ? YXPDB_E_QUEUE_CANCELLED : m_closed ? YXPDB_E_QUEUE_CLOSED : YXPDB_E_QUEUE_TIMEOUT;
+        } else {
+            ++m_timedProducersWaiting;
+            const std::cv_status waited = m_producerWake.wait_until(lock, deadline);
+            --m_timedProducersWaiting;
+            if (waited == std::cv_status::timeout) {
+                --m_producersWaiting;
+                if (!m_cancelled && !m_closed && m_inFlight < m_capacity)
+                    break;
+                return m_cancelled ? YXPDB_E_QUEUE_CANCELLED
+                                   : m_closed ? YXPDB_E_QUEUE_CLOSED : YXPDB_E_QUEUE_TIMEOUT;
+            }
         }
         --m_producersWaiting;
     }
@@ -225,7 +232,7 @@ void CYxQueueEngine::Retire(IYxQueueItem* item, EYxQueueItemState state, int sta
     }
     bin.push_back(item);
     --m_inFlight;
-    if (m_producersWaiting > 0)
+    if (m_producersWaiting > 0 && (m_inFlight <= m_refillLevel || m_timedProducersWaiting > 0))
         m_producerWake.notify_one();
     if (m_inFlight == 0 && (m_closed || m_cancelled))
         NotifyAllLocked();

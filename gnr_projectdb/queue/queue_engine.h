@@ -56,7 +56,9 @@ private:
     void AfterProcess(Stage& stage, IYxQueueItem* item, Lock& lock, Bin& bin);
     void DrainTransports(Stage& stage, Lock& lock, Bin& bin);
     void TransportOne(Stage& stage, IYxQueueItem* item, Lock& lock, Bin& bin);
-    IYxQueueItem* NextInput(Stage& stage, Lock& lock);
+    // The stage's next item, or null when the worker is to end; hands on
+    // the retired items in `bin` before it sleeps.
+    IYxQueueItem* NextInput(Stage& stage, Lock& lock, Bin& bin);
     bool PutOrdered(Stage& stage, IYxQueueItem* item, Bin& bin);
     void Forward(Stage& stage, IYxQueueItem* item, Bin& bin);
     void RetireOnCancel(IYxQueueItem* item, bool lastWorkDone, Bin& bin);
@@ -85,6 +87,12 @@ private:
     std::condition_variable m_producerWake;
     std::condition_variable m_doneWake;
     int m_producersWaiting = 0;
+    // Producers waiting with a deadline: woken by every retirement.
+    int m_timedProducersWaiting = 0;
+    // Producers waiting without one are woken once the items in flight have
+    // fallen to this level, so that a full queue costs one wake-up per
+    // refill rather than one per item.
+    const std::size_t m_refillLevel;
     bool m_started = false;
     bool m_closed = false;
     bool m_cancelled = false;

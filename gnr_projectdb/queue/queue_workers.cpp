@@ -54,7 +54,7 @@ void CYxQueueEngine::Release(Lock& lock, Bin& bin) noexcept {
     Dispose(bin);
 }
 
-IYxQueueItem* CYxQueueEngine::NextInput(Stage& stage, Lock& lock) {
+IYxQueueItem* CYxQueueEngine::NextInput(Stage& stage, Lock& lock, Bin& bin) {
     for (;;) {
         if (m_cancelled)
             return nullptr;
@@ -70,9 +70,12 @@ IYxQueueItem* CYxQueueEngine::NextInput(Stage& stage, Lock& lock) {
             return item;
         if (m_closed && m_inFlight == 0)
             return nullptr;
-        if (!m_cancelBin.empty()) {
-            // Nobody else may come to hand these on before this thread wakes.
-            DisposeCancelled(lock);
+        if (!bin.empty() || !m_cancelBin.empty()) {
+            // Retired items do not wait in this thread while it sleeps, and
+            // nobody else may come to hand on the cancelled ones before it
+            // wakes.
+            Release(lock, bin);
+            lock.lock();
             continue;
         }
         ++stage.sleepers;
@@ -84,12 +87,9 @@ IYxQueueItem* CYxQueueEngine::NextInput(Stage& stage, Lock& lock) {
 void CYxQueueEngine::ProcessLoop(Stage& stage, Lock& lock, Bin& bin) {
     const bool lastWork = stage.index + 1 == m_stages.size() && !HasTransport(stage.kind);
     for (;;) {
-        if (!bin.empty() || !m_cancelBin.empty()) {
-            // Retired items do not wait in this thread while it sleeps.
-            Release(lock, bin);
-            lock.lock();
-        }
-        IYxQueueItem* item = NextInput(stage, lock);
+        // Items this thread retired are handed on when it releases the lock
+        // for its next piece of work, or before it sleeps.
+        IYxQueueItem* item = NextInput(stage, lock, bin);
         if (item == nullptr)
             return;
         if (IsFailed(item)) {
@@ -126,11 +126,7 @@ void CYxQueueEngine::ProcessLoop(Stage& stage, Lock& lock, Bin& bin) {
 
 void CYxQueueEngine::TransportLoop(Stage& stage, Lock& lock, Bin& bin) {
     for (;;) {
-        if (!bin.empty() || !m_cancelBin.empty()) {
-            Release(lock, bin);
-            lock.lock();
-        }
-        IYxQueueItem* item = NextInput(stage, lock);
+        IYxQueueItem* item = NextInput(stage, lock, bin);
         if (item == nullptr)
             return;
         TransportOne(stage, item, lock, bin);

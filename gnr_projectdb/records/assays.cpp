@@ -19,9 +19,9 @@ void ReadRowAt(const CYxSqliteCmd& cmd, int offset, Row& row) {
 }
 
 // The settings of the row of `owner` with that key, by its uuid.
-int GetForOwner(YxProjectDbHandle handle, const SYxSqliteTableDef& owner, std::int64_t key,
+int GetForOwner(const Conn& conn, const SYxSqliteTableDef& owner, std::int64_t key,
                 SYxProjectDbRow_graphsettings& row) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     const SYxSqliteTableDef& g = YxJobsDef_graphsettings;
     CYxSqliteSelect sel(db, g,
@@ -37,7 +37,8 @@ int GetForOwner(YxProjectDbHandle handle, const SYxSqliteTableDef& owner, std::i
 
 int YxProjectDb_Assayrun_GetManyWithRecipe(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                            std::vector<SYxProjectDbAssayrunWithRecipe>& rows) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     const SYxSqliteTableDef& a = YxJobsDef_assayrun;
     const SYxSqliteTableDef& r = YxJobsDef_assayrecipe;
@@ -60,7 +61,8 @@ int YxProjectDb_Assayrun_GetManyWithRecipe(YxProjectDbHandle handle, std::int64_
 
 int YxProjectDb_Graphsettings_GetOne(YxProjectDbHandle handle, const wchar_t* uniqueName,
                                      SYxProjectDbRow_graphsettings& row) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, YxJobsDef_graphsettings, CYxStringW::Format(L"%s=?1", L"wszUniqueName"), L"LIMIT 1");
     sel.Bind(1, uniqueName ? uniqueName : L"");
@@ -81,7 +83,8 @@ int YxProjectDb_Graphsettings_GetForJobdef(YxProjectDbHandle handle, std::int64_
 int YxProjectDb_Graphsettings_Save(YxProjectDbHandle handle, const wchar_t* uniqueName, const wchar_t* desc,
                                    const CYxByteArray& data, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     const double now = YxProjectDb_Sys_JdnNow();
     const wchar_t* t = YxJobsDef_graphsettings.wszName;
@@ -105,7 +108,8 @@ int YxProjectDb_Graphsettings_Save(YxProjectDbHandle handle, const wchar_t* uniq
 }
 
 int YxProjectDb_Graphsettings_Delete(YxProjectDbHandle handle, const wchar_t* uniqueName) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd del(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=?1;", YxJobsDef_graphsettings.wszName,
                                             L"wszUniqueName"));

@@ -25,31 +25,35 @@ int YxProjectDb_Binlayer_InsertMany(YxProjectDbHandle handle, std::vector<SYxPro
 
 int YxProjectDb_Binlayer_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                  std::vector<SYxProjectDbRow_binlayer>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kLayer.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kLayer.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Binlayer_Find(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t assayrunKey,
                               const wchar_t* name, const wchar_t* compName, SYxProjectDbRow_binlayer& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L"%s=%I64d AND %s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef",
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L"%s=%I64d AND %s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef",
                                           jobrunKey, L"iAssayrunKeyRef", assayrunKey, L"wszName", Text(name),
                                           L"wszCompName", Text(compName));
 }
 
 int YxProjectDb_Binlayer_Find(YxProjectDbHandle handle, std::int64_t jobrunKey, const wchar_t* name,
                               const wchar_t* compName, SYxProjectDbRow_binlayer& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L"%s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef", jobrunKey,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L"%s=%I64d AND %s='%s' AND %s='%s'", L"iJobrunKeyRef", jobrunKey,
                                           L"wszName", Text(name), L"wszCompName", Text(compName));
 }
 
 int YxProjectDb_Binlayer_GetIKey(YxProjectDbHandle handle, const wchar_t* uuid, std::int64_t& key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kLayer.wszName;
     CYxStringW sql;
     int rc = YxSqlite_Format(sql, L"SELECT %s.%s FROM %s WHERE %s.%s='%s'", t, L"iKey", t, t, L"wszUuid", Text(uuid));
     if (rc != 0) return rc;
-    key = ReadInt64(handle, sql, &rc);
+    key = ReadInt64(conn, sql, &rc);
     return rc;
 }

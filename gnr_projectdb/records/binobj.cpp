@@ -41,14 +41,16 @@ int YxProjectDb_Binobj_InsertMany(YxProjectDbHandle handle, std::vector<SYxProje
 
 int YxProjectDb_Binobj_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                std::vector<SYxProjectDbRow_binobj>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kObj.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kObj.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_binobj_getOne(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex,
                               std::int64_t binlayerKey, std::int32_t binObjId, SYxProjectDbRow_binobj& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(conn,
                        CYxStringW::Format(L"%s=%I64d AND %s=%I32d AND %s=%I64d AND %s=%I32d", L"iJobrunKeyRef",
                                           jobrunKey, L"iFrameIndex", frameIndex, L"iBinlayerKeyRef", binlayerKey,
                                           L"iBinObjId", binObjId),

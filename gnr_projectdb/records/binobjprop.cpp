@@ -40,8 +40,9 @@ int YxProjectDb_Binobjprop_InsertMany(YxProjectDbHandle handle, std::vector<SYxP
 
 int YxProjectDb_Binobjprop_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                    std::vector<SYxProjectDbRow_binobjprop>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kProp.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kProp.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Binobjprop_RemoveMany(YxProjectDbHandle handle, const std::vector<SYxProjectDbRow_binobjprop>& rows) {

@@ -19,8 +19,9 @@ int YxProjectDb_Binobjqual_InsertOrReplaceMany(YxProjectDbHandle handle, std::ve
 
 int YxProjectDb_Binobjqual_GetManyReferencingJobrun(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                                     std::vector<SYxProjectDbRow_binobjqual>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Binobjqual_RemoveMany(YxProjectDbHandle handle, const std::vector<SYxProjectDbRow_binobjqual>& rows) {

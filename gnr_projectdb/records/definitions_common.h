@@ -39,10 +39,11 @@ CYxStringW UsedByRunCondition(const SYxSqliteTableDef& def);
 int DeleteIfUnused(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::int64_t key);
 
 // The key of the row with the record's unique-group values, 0 when none.
+// The look-up runs on a cached statement.
 template <class Row>
-int FindByUnique(sqlite3* db, const Row& row, std::int64_t& key) {
+int FindByUnique(const Conn& conn, const Row& row, std::int64_t& key) {
     std::vector<int> cols;
-    CYxSqliteCmd cmd(db, UniqueLookupSql(Row::Def(), cols));
+    CYxSqliteCmd cmd(conn.Stmts(), UniqueLookupSql(Row::Def(), cols));
     BindFieldsAt(cmd, row, cols);
     key = 0;
     if (cmd.Next()) cmd.Column(0, key);
@@ -50,12 +51,11 @@ int FindByUnique(sqlite3* db, const Row& row, std::int64_t& key) {
 }
 
 template <class Row>
-int Find(YxProjectDbHandle handle, const Row& row, std::int64_t* key) {
+int Find(const Conn& conn, const Row& row, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
-    if (!db) return YXPDB_E_NOCONNECTION;
+    if (!conn) return YXPDB_E_NOCONNECTION;
     std::int64_t found = 0;
-    const int rc = FindByUnique(db, row, found);
+    const int rc = FindByUnique(conn, row, found);
     if (key && rc == 0) *key = found;
     return rc;
 }
@@ -65,17 +65,16 @@ int Find(YxProjectDbHandle handle, const Row& row, std::int64_t* key) {
 // definition in between, the unique group makes our insert a no-op and the
 // second look-up finds the other process's row.
 template <class Row>
-int GetOrInsert(YxProjectDbHandle handle, Row& row, std::int64_t* key) {
+int GetOrInsert(const Conn& conn, Row& row, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
-    if (!db) return YXPDB_E_NOCONNECTION;
+    if (!conn) return YXPDB_E_NOCONNECTION;
     std::int64_t found = 0;
-    int rc = FindByUnique(db, row, found);
+    int rc = FindByUnique(conn, row, found);
     if (rc == 0 && found == 0) {
         Row copy = row;
-        rc = Insert(handle, copy, &found, kOrIgnore, eStampNone);
+        rc = Insert(conn, copy, &found, kOrIgnore, eStampNone);
         if (rc == 0 && found == 0) {
-            rc = FindByUnique(db, row, found);
+            rc = FindByUnique(conn, row, found);
             if (rc == 0 && found == 0) rc = YXPDB_E_NOTFOUND;
         }
     }

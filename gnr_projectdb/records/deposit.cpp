@@ -31,18 +31,21 @@ int YxProjectDb_Deposit_Update(YxProjectDbHandle handle, std::int64_t key, std::
 }
 
 int YxProjectDb_Deposit_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYxProjectDbRow_deposit& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L" %s='%s'", L"wszUuid", uuid ? uuid : L"");
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L" %s='%s'", L"wszUuid", uuid ? uuid : L"");
 }
 
 int YxProjectDb_Deposit_GetMany(YxProjectDbHandle handle, std::int64_t jobdefKey,
                                 std::list<SYxProjectDbRow_deposit>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     return ReadDeposits(handle, CYxStringW::Format(L"%s.%s=%I64d", kDep.wszName, L"iJobdefKeyRef", jobdefKey), rows);
 }
 
 int YxProjectDb_Deposit_GetManyReferencingJobdef(YxProjectDbHandle handle, std::int64_t jobdefKey,
                                                  std::list<SYxProjectDbRow_deposit>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     return ReadDeposits(handle, CYxStringW::Format(L"%s=%I64d", L"iJobdefKeyRef", jobdefKey), rows);
 }

@@ -26,9 +26,10 @@ CYxStringW FilePathsSql(const std::int64_t* jobrunKey) {
 }
 
 std::uint64_t SumFileSizes(YxProjectDbHandle handle, const std::int64_t* jobrunKey) {
-    if (!Db(handle)) return 0;
+    const Conn conn(handle);
+    if (!conn) return 0;
     std::vector<CYxStringW> paths;
-    ReadStrings(handle, FilePathsSql(jobrunKey), paths, false);
+    ReadStrings(conn, FilePathsSql(jobrunKey), paths, false);
     const CYxStringW root = YxFs_AddTrailingSeparator(YxProjectDb_Db_ProjectRootFolder(handle));
     std::uint64_t sum = 0;
     for (const CYxStringW& rel : paths) sum += YX_GetFileSizeFromName(root + rel);  // 0 when missing
@@ -59,8 +60,9 @@ int YxProjectDb_File_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProje
 }
 
 int YxProjectDb_File_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, std::vector<SYxProjectDbRow_file>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kFile.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kFile.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_File_GetMany(YxProjectDbHandle handle, const std::vector<std::int64_t>* keys,
@@ -77,10 +79,11 @@ int YxProjectDb_File_GetMany(YxProjectDbHandle handle, const std::vector<std::in
 }
 
 int Yx_ProjectDb_File_Exists(YxProjectDbHandle handle, const wchar_t* uuid, bool& exists) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     exists = false;
     std::vector<SYxProjectDbRow_file> rows;
-    const int rc = GetManyFormatted(handle, rows, L"%s='%s'", L"wszUuid", uuid ? uuid : L"");
+    const int rc = GetManyFormatted(conn, rows, L"%s='%s'", L"wszUuid", uuid ? uuid : L"");
     for (const SYxProjectDbRow_file& r : rows)
         if (r.iKey != 0) exists = true;
     return rc;

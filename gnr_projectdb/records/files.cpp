@@ -11,9 +11,9 @@ namespace {
 
 const SYxSqliteTableDef& kFiles = YxAppDef_files;
 
-int InsertFiles(YxProjectDbHandle handle, const wchar_t* fileName, const QByteArray& json, std::int64_t* key) {
+int InsertFiles(const Conn& conn, const wchar_t* fileName, const QByteArray& json, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteInsert ins(db, kFiles, {L"wszFileName", L"jsonMetadata"});
     ins.Bind(1, fileName ? fileName : L"");
@@ -43,7 +43,8 @@ int YxProjectDb_Files_Insert(YxProjectDbHandle handle, const wchar_t* fileName, 
 
 int YxProjectDb_Files_Update(YxProjectDbHandle handle, std::int64_t key, const wchar_t* fileName,
                              const QJsonObject* metadata) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteUpdate upd(db, kFiles, {L"wszFileName", L"jsonMetadata"});
     upd.Bind(1, fileName ? fileName : L"");
@@ -54,7 +55,8 @@ int YxProjectDb_Files_Update(YxProjectDbHandle handle, std::int64_t key, const w
 }
 
 int YxProjectDb_Files_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProjectDbRow_files& row) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, kFiles, key);
     if (sel.Next()) {

@@ -11,12 +11,12 @@ namespace {
 
 const SYxSqliteTableDef& kFrame = YxJobsDef_frame;
 
-int InsertFrame(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t jobtaskKey,
+int InsertFrame(const Conn& conn, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t jobtaskKey,
                 std::int32_t frameIndex, double cTime, std::int64_t fileKey, std::int32_t fileFrameIndex,
                 std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_frame row{0, jobrunKey, jobtaskKey, frameIndex, cTime, fileKey, fileFrameIndex};
-    return Insert(handle, row, key, clause, eStampNone);
+    return Insert(conn, row, key, clause, eStampNone);
 }
 
 template <class T>
@@ -33,14 +33,13 @@ void BindValueOrNull(CYxSqliteCmd& cmd, int pos, const T& v) {
 // Creates the frame with two of its columns, or sets those two columns of the
 // existing frame (run, index).
 template <class A, class B>
-int AttachToFrame(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex, const wchar_t* colA,
+int AttachToFrame(const Conn& conn, std::int64_t jobrunKey, std::int32_t frameIndex, const wchar_t* colA,
                   const A& a, const wchar_t* colB, const B& b) {
-    sqlite3* db = Db(handle);
-    if (!db) return YXPDB_E_NOCONNECTION;
-    const CYxSqliteNullValueVector nulls = YxSqliteNullValueVector_Create(kFrame);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    const CYxSqliteNullValueVector& nulls = NullsOf<SYxProjectDbRow_frame>();
     int rc;
     {
-        CYxSqliteInsert ins(db, kFrame, {L"iJobrunKeyRef", L"iFrameIndex", colA, colB}, L"OR ABORT");
+        CYxSqliteInsert ins(conn.Stmts(), kFrame, {L"iJobrunKeyRef", L"iFrameIndex", colA, colB}, L"OR ABORT");
         // An existing frame is the expected case, not an error to report.
         ins.IgnoreConstraintError();
         ins.Row(nulls, jobrunKey, frameIndex, a, b);
@@ -48,8 +47,9 @@ int AttachToFrame(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t
         if ((ins.LastStep() & 0xFF) == SQLITE_CONSTRAINT) rc = SQLITE_CONSTRAINT;
     }
     if (rc != SQLITE_CONSTRAINT) return rc;
-    CYxSqliteCmd upd(db, CYxStringW::Format(L"UPDATE %s SET %s = ?, %s = ? WHERE %s = ? AND %s = ?;", kFrame.wszName,
-                                            colA, colB, L"iJobrunKeyRef", L"iFrameIndex"));
+    CYxSqliteCmd upd(conn.Stmts(),
+                     CYxStringW::Format(L"UPDATE %s SET %s = ?, %s = ? WHERE %s = ? AND %s = ?;", kFrame.wszName, colA,
+                                        colB, L"iJobrunKeyRef", L"iFrameIndex"));
     // References of 0 stay NULL here too.
     BindValueOrNull(upd, 1, a);
     BindValueOrNull(upd, 2, b);
@@ -102,12 +102,14 @@ int YxProjectDb_Frame_InsertMany(YxProjectDbHandle handle, std::vector<SYxProjec
 
 int YxProjectDb_Frame_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                               std::vector<SYxProjectDbRow_frame>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kFrame.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kFrame.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Frame_GetCount(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t& count) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     int rc = 0;
     const std::int64_t n = ReadInt64(
         handle,
@@ -119,11 +121,12 @@ int YxProjectDb_Frame_GetCount(YxProjectDbHandle handle, std::int64_t jobrunKey,
 }
 
 int YxProjectDb_Frame_ReplaceTaskKeyRefMany(YxProjectDbHandle handle, std::int64_t jobrunKey, const wchar_t* mapTable) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     // The map table's name is spliced as a name: it must be an identifier.
     const wchar_t* m = mapTable ? mapTable : L"";
     if (const int rc = YxSqlite_CheckIdentifier(m)) return rc;
-    return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s=ifnull((SELECT %s.%s FROM %s WHERE %s.%s=%s), %s) "
+    return Execute(conn, CYxStringW::Format(L"UPDATE %s SET %s=ifnull((SELECT %s.%s FROM %s WHERE %s.%s=%s), %s) "
                                               L"WHERE %s=%I64d;",
                                               kFrame.wszName, L"iJobtaskKeyRef", m, L"iValue", m, m, L"iKey",
                                               L"iJobtaskKeyRef", L"iJobtaskKeyRef", L"iJobrunKeyRef", jobrunKey));

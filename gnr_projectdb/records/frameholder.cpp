@@ -9,30 +9,26 @@ using namespace yxrec;
 namespace {
 
 template <class Row>
-int HolderGetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, std::vector<Row>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", Row::Def().wszName, L"iJobrunKeyRef", jobrunKey),
+int HolderGetMany(const Conn& conn, std::int64_t jobrunKey, std::vector<Row>& rows) {
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", Row::Def().wszName, L"iJobrunKeyRef", jobrunKey),
                         rows);
 }
 
 template <class Row>
-int HolderInsert(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t holderKey,
+int HolderInsert(const Conn& conn, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t holderKey,
                  std::int32_t frameIndex, std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     Row row{0, jobrunKey, holderKey, frameIndex};
-    return Insert(handle, row, key, clause, eStampNone);
+    return Insert(conn, row, key, clause, eStampNone);
 }
 
 template <class Row>
 int HolderExists(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex, bool& exists) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    const wchar_t* t = Row::Def().wszName;
-    std::vector<Row> rows;
-    const int rc = GetManyWhere(handle,
-                                CYxStringW::Format(L"%s.%s=%I64d AND %s.%s=%d", t, L"iJobrunKeyRef", jobrunKey, t,
-                                                   L"iFrameIndex", frameIndex),
-                                rows, L"LIMIT 1");
-    exists = !rows.empty();
+    Row row{};
+    const int rc = GetOneByColumns(handle, row, {L"iJobrunKeyRef", L"iFrameIndex"}, jobrunKey, frameIndex);
+    if (rc == YXPDB_E_NOCONNECTION) return rc;
+    exists = row.iKey != 0;
     return rc;
 }
 

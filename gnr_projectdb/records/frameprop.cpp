@@ -10,26 +10,28 @@ namespace {
 const SYxSqliteTableDef& kProp = YxJobsDef_frameprop;
 const wchar_t kTrigger[] = L"framepropConstraitTrigger";
 
-int InsertProp(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t assayrunKey,
+int InsertProp(const Conn& conn, const wchar_t* clause, std::int64_t jobrunKey, std::int64_t assayrunKey,
                std::int64_t propdefKey, std::int32_t frameIndex, double value, std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_frameprop row{0, jobrunKey, assayrunKey, propdefKey, frameIndex, value};
-    return Insert(handle, row, key, clause, eStampNone);
+    return Insert(conn, row, key, clause, eStampNone);
 }
 
 }  // namespace
 
 int YxProjectDb_Frameprop_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                   std::vector<SYxProjectDbRow_frameprop>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kProp.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kProp.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Frameprop_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex,
                                   std::vector<SYxProjectDbRow_frameprop>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kProp.wszName;
-    return GetManyWhere(handle,
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s.%s=%I64d AND %s.%s=%d", t, L"iJobrunKeyRef", jobrunKey, t,
                                            L"iFrameIndex", frameIndex),
                         rows);
@@ -37,12 +39,10 @@ int YxProjectDb_Frameprop_GetMany(YxProjectDbHandle handle, std::int64_t jobrunK
 
 int YxProjectDb_Frameprop_GetOne(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex,
                                  std::int64_t propdefKey, SYxProjectDbRow_frameprop& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    const wchar_t* t = kProp.wszName;
-    return GetOneWhere(handle,
-                       CYxStringW::Format(L"%s.%s=%I64d AND %s.%s=%d AND %s.%s=%I64d", t, L"iJobrunKeyRef", jobrunKey,
-                                          t, L"iFrameIndex", frameIndex, t, L"iPropdefKeyRef", propdefKey),
-                       row);
+    // Looked up per frame during an acquisition: one cached statement with
+    // the three keys bound.
+    return GetOneByColumns(handle, row, {L"iJobrunKeyRef", L"iFrameIndex", L"iPropdefKeyRef"}, jobrunKey, frameIndex,
+                           propdefKey);
 }
 
 int YxProjectDb_Frameprop_Insert(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t assayrunKey,
@@ -74,7 +74,8 @@ int YxProjectDb_Frameprop_InsertManySame(YxProjectDbHandle handle, std::int64_t 
 }
 
 int YxProjectDb_Frameprop_UpdateOrInsertMany(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_frameprop>& rows) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     if (rows.empty()) return 0;
     const CYxSqliteNullValueVector nulls = YxSqliteNullValueVector_Create(kProp);

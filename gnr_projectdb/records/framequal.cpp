@@ -9,25 +9,27 @@ namespace {
 
 const SYxSqliteTableDef& kQual = YxJobsDef_framequal;
 
-int InsertQual(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int32_t frameIndex,
+int InsertQual(const Conn& conn, const wchar_t* clause, std::int64_t jobrunKey, std::int32_t frameIndex,
                std::int64_t qualdefKey, std::int64_t qualstrKey, std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_framequal row{0, jobrunKey, frameIndex, qualdefKey, qualstrKey};
-    return Insert(handle, row, key, clause, eStampNone);
+    return Insert(conn, row, key, clause, eStampNone);
 }
 
 }  // namespace
 
 int YxProjectDb_Framequal_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                   std::vector<SYxProjectDbRow_framequal>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Framequal_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex,
                                   std::vector<SYxProjectDbRow_framequal>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s=%I64d AND %s.%s=%d", L"iJobrunKeyRef", jobrunKey, kQual.wszName,
                                            L"iFrameIndex", frameIndex),
                         rows);

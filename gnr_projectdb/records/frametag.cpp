@@ -11,15 +11,17 @@ const SYxSqliteTableDef& kTag = YxJobsDef_frametag;
 
 int YxProjectDb_Frametag_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                  std::vector<SYxProjectDbRow_frametag>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kTag.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kTag.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Frametag_Insert(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t tagdefKey,
                                 std::int32_t frameIndex, std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_frametag row{0, jobrunKey, tagdefKey, frameIndex};
-    return Insert(handle, row, key, nullptr, eStampNone);
+    return Insert(conn, row, key, nullptr, eStampNone);
 }
 
 int YxProjectDb_Frametag_InsertMany(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_frametag>& rows) {
@@ -41,7 +43,8 @@ int YxProjectDb_Frametag_RemoveManyReferencingJobrun(YxProjectDbHandle handle, s
 
 int YxProjectDb_Frametag_RemoveManyReferencingJobrunTagdef(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                                            const std::vector<std::int64_t>& tagdefKeys) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     if (tagdefKeys.empty()) return 0;
     CYxSqliteCmd del(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=? AND %s=?", kTag.wszName, L"iJobrunKeyRef",

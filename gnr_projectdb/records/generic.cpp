@@ -43,29 +43,32 @@ YX_JOBS_TABLE_LIST(YX_DEFINE_ROW_OPS)
 
 int YxProjectDb_Table_DeleteByParent(YxProjectDbHandle handle, const wchar_t* table, const wchar_t* column,
                                      std::int64_t key) {
-    if (!yxrec::Db(handle)) return YXPDB_E_NOCONNECTION;
+    const yxrec::Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const SYxSqliteTableDef* def = YxProjectDb_Schema_FindJobsTable(table ? table : L"");
     if (!def) return YXPDB_E_NOTFOUND;
-    return yxrec::DeleteByParent(handle, *def, column ? column : L"", key);
+    return yxrec::DeleteByParent(conn, *def, column ? column : L"", key);
 }
 
 int YxProjectDb_Table_DeleteManyByUuid(YxProjectDbHandle handle, const wchar_t* table,
                                        const std::vector<CYxStringW>* uuids) {
-    if (!yxrec::Db(handle)) return YXPDB_E_NOCONNECTION;
+    const yxrec::Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const SYxSqliteTableDef* def = YxProjectDb_Schema_FindJobsTable(table ? table : L"");
     if (!def) return YXPDB_E_NOTFOUND;
-    return yxrec::DeleteManyByUuid(handle, *def, uuids);
+    return yxrec::DeleteManyByUuid(conn, *def, uuids);
 }
 
 int YxProjectDb_Table_Count(YxProjectDbHandle handle, const wchar_t* table, const wchar_t* where,
                             std::int64_t* count) {
-    if (!yxrec::Db(handle)) return YXPDB_E_NOCONNECTION;
+    const yxrec::Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const SYxSqliteTableDef* def = YxProjectDb_Schema_FindJobsTable(table ? table : L"");
     if (!def) return YXPDB_E_NOTFOUND;
     CYxStringW sql = CYxStringW::Format(L"SELECT COUNT(%s) FROM %s", L"iKey", def->wszName);
     if (where && *where) sql.AppendFormat(L" WHERE %s", where);
     int status = 0;
-    const std::int64_t n = yxrec::ReadInt64(handle, sql, &status);
+    const std::int64_t n = yxrec::ReadInt64(conn, sql, &status);
     if (status == 0 && count) *count = n;
     return status;
 }

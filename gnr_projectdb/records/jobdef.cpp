@@ -22,8 +22,9 @@ int YxProjectDb_Jobdef_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYx
 
 int YxProjectDb_Jobdef_GetOneOrMany(YxProjectDbHandle handle, const wchar_t* name,
                                     std::vector<SYxProjectDbRow_jobdef>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyFormatted(handle, rows, L"%s='%s'", L"wszName", name ? name : L"");
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyFormatted(conn, rows, L"%s='%s'", L"wszName", name ? name : L"");
 }
 
 int YxProjectDb_Jobdef_GetMany(YxProjectDbHandle handle, std::int64_t projKey,
@@ -37,8 +38,9 @@ int YxProjectDb_Jobdef_GetAll(YxProjectDbHandle handle, std::vector<SYxProjectDb
 
 int YxProjectDb_Jobdef_GetAllDefType(YxProjectDbHandle handle, std::int32_t defType,
                                      std::vector<SYxProjectDbRow_jobdef>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s=%d", L"iDefType", defType), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s=%d", L"iDefType", defType), rows);
 }
 
 int YxProjectDb_Jobdef_GetAllUuuids(YxProjectDbHandle handle, const wchar_t* projUuid,
@@ -74,9 +76,10 @@ int YxProjectDb_Jobdef_Insert(YxProjectDbHandle handle, std::int64_t projKey, st
 }
 
 int YxProjectDb_Jobdef_Import(YxProjectDbHandle handle, SYxProjectDbRow_jobdef& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     row.iKey = 0;
-    return Insert(handle, row, nullptr, nullptr, eStampTimes);
+    return Insert(conn, row, nullptr, nullptr, eStampTimes);
 }
 
 bool YxProjectDb_Jobdef_IsNameUnique(YxProjectDbHandle handle, const wchar_t* name, CYxStringW& uniqueName) {
@@ -86,16 +89,18 @@ bool YxProjectDb_Jobdef_IsNameUnique(YxProjectDbHandle handle, const wchar_t* na
 int YxProjectDb_Jobdef_Update(YxProjectDbHandle handle, std::int64_t key, std::int32_t state, std::int32_t progress,
                               const wchar_t* name, const wchar_t* desc, std::int32_t defType,
                               const CYxByteArray* usability) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const double now = YxProjectDb_Sys_JdnNow();
-    return UpdateValues(handle, kJobdef, key,
+    return UpdateValues(conn, kJobdef, key,
                         {L"iState", L"iProgress", L"dMTime", L"wszName", L"wszDesc", L"iDefType", L"pUsability"}, state,
                         progress, now, CYxStringW(name), CYxStringW(desc), defType, BytesOrEmpty(usability));
 }
 
 int YxProjectDb_Jobdef_UpdateMTime(YxProjectDbHandle handle, std::int64_t key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return UpdateValues(handle, kJobdef, key, {L"dMTime"}, YxProjectDb_Sys_JdnNow());
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return UpdateValues(conn, kJobdef, key, {L"dMTime"}, YxProjectDb_Sys_JdnNow());
 }
 
 int YxProjectDb_Jobdef_UpdateState(YxProjectDbHandle handle, std::int64_t key, std::int32_t state) {
@@ -128,14 +133,16 @@ int YxProjectDb_Jobdeftag_InsertMany(YxProjectDbHandle handle, std::vector<SYxPr
 
 int YxProjectDb_Jobdeftag_GetManyTags(YxProjectDbHandle handle, std::int64_t jobdefKey,
                                       std::vector<SYxProjectDbRow_jobdeftag>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", L"jobdeftag", L"iJobdefKeyRef", jobdefKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", L"jobdeftag", L"iJobdefKeyRef", jobdefKey), rows);
 }
 
 int YxProjectDb_Jobdeftag_GetManyJobdefs(YxProjectDbHandle handle, std::int64_t tagKey,
                                          std::vector<SYxProjectDbRow_jobdeftag>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", L"jobdeftag", L"iTagdefKeyRef", tagKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", L"jobdeftag", L"iTagdefKeyRef", tagKey), rows);
 }
 
 int YxProjectDb_Jobdeftag_DeleteMany(YxProjectDbHandle handle, std::int64_t jobdefKey) {

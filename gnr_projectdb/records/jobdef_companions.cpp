@@ -2,6 +2,7 @@
 // last state of job classes, job users (records_jobdef.h).
 #include "gnr_projectdb/records_jobdef.h"
 
+#include "framework/yxclocale.h"
 #include "framework/yxlitevariant.h"
 #include "gnr_projectdb/records/table_ops.h"
 
@@ -23,7 +24,7 @@ int SYxProjectDbJobTaskState::LoadFromLiteVariant(const CYxLiteVariantR& reader)
         ++found;
     }
     if (reader.GetText(L"mtime", text) == 0) {
-        dMTime = std::wcstod(text.c_str(), nullptr);
+        dMTime = YxWcstodC(text.c_str());
         ++found;
     }
     found += reader.GetText(L"name", wszName) == 0;
@@ -40,21 +41,21 @@ int SYxProjectDbJobTaskState::LoadFromLiteVariant(const CYxLiteVariantR& reader)
 namespace {
 
 template <class Row>
-bool MarkExists(YxProjectDbHandle handle, std::int64_t jobdefKey) {
-    if (!Db(handle)) return false;
+bool MarkExists(const Conn& conn, std::int64_t jobdefKey) {
+    if (!conn) return false;
     std::vector<Row> rows;
     const wchar_t* t = Row::Def().wszName;
-    GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", t, L"iJobdefKeyRef", jobdefKey), rows);
+    GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", t, L"iJobdefKeyRef", jobdefKey), rows);
     return !rows.empty();
 }
 
 template <class Row>
-int MarkInsert(YxProjectDbHandle handle, std::int64_t jobdefKey, std::int64_t* key) {
+int MarkInsert(const Conn& conn, std::int64_t jobdefKey, std::int64_t* key) {
     if (key) *key = 0;
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    if (MarkExists<Row>(handle, jobdefKey)) return 0;
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    if (MarkExists<Row>(conn, jobdefKey)) return 0;
     Row row{0, jobdefKey};
-    return Insert(handle, row, key, nullptr, eStampNone);
+    return Insert(conn, row, key, nullptr, eStampNone);
 }
 
 template <class Row>
@@ -63,8 +64,8 @@ int MarkGetMany(YxProjectDbHandle handle, std::int64_t jobdefKey, std::vector<Ro
 }
 
 template <class Row>
-int MarkDelete(YxProjectDbHandle handle, std::int64_t jobdefKey) {
-    sqlite3* db = Db(handle);
+int MarkDelete(const Conn& conn, std::int64_t jobdefKey) {
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = Row::Def().wszName;
     return YxSqlite_ExecuteSingle(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s.%s=%I64d", t, t, L"iJobdefKeyRef",
@@ -105,7 +106,8 @@ int YxProjectDb_Toolbarjobdef_Delete(YxProjectDbHandle handle, std::int64_t jobd
 
 int YxProjectDb_Jobclasslaststate_GetOne(YxProjectDbHandle handle, const wchar_t* uniqueName,
                                          SYxProjectDbJobTaskState& state) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = L"jobclasslaststate";
     CYxStringW sql;
@@ -132,7 +134,8 @@ int YxProjectDb_Jobclasslaststate_GetAll(YxProjectDbHandle handle,
 int YxProjectDb_Jobclasslaststate_InsertOrUpdate(YxProjectDbHandle handle, const wchar_t* uniqueName,
                                                  const SYxProjectDbJobTaskState& state, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     const double now = YxProjectDb_Sys_JdnNow();
     CYxSqliteCmd cmd(db, CYxStringW::Format(L"INSERT OR REPLACE INTO %s (%s, %s, %s, %s, %s, %s) VALUES (?, ?, ?, ?, ?, ?);",
@@ -154,9 +157,10 @@ int YxProjectDb_Jobclasslaststate_InsertOrUpdate(YxProjectDbHandle handle, const
 
 int YxProjectDb_Jobuser_GetOne(YxProjectDbHandle handle, const wchar_t* username, const wchar_t* password,
                                SYxProjectDbRow_jobuser& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     SYxProjectDbRow_jobuser found{};
-    const int rc = GetOneFormatted(handle, found, L"%s='%s' AND %s='%s'", L"wszUsername", username ? username : L"",
+    const int rc = GetOneFormatted(conn, found, L"%s='%s' AND %s='%s'", L"wszUsername", username ? username : L"",
                                                   L"wszPassword", password ? password : L"");
     if (rc != 0) return rc;
     if (found.iKey == 0) return YXPDB_E_NOTFOUND;
@@ -171,7 +175,8 @@ int YxProjectDb_Jobuser_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxPr
 int YxProjectDb_Jobuser_Insert(YxProjectDbHandle handle, const wchar_t* username, const wchar_t* password,
                                std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     // Two columns against three placeholders: SQLite refuses to prepare this,
     // and the failure is what callers of this form get.
@@ -193,10 +198,11 @@ int YxProjectDb_Jobuser_Update(YxProjectDbHandle handle, std::int64_t key, const
 
 int YxProjectDb_Jobuser_UpdateOrInsert(YxProjectDbHandle handle, const wchar_t* username, const wchar_t* password,
                                        SYxProjectDbMap_oldToNew& entry) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     SYxProjectDbRow_jobuser row{};
-    int rc = GetOneFormatted(handle, row, L"  %s='%s' ", L"wszUsername", username ? username : L"");
+    int rc = GetOneFormatted(conn, row, L"  %s='%s' ", L"wszUsername", username ? username : L"");
     if (rc != 0) return rc;
     if (row.iKey != 0) {
         rc = YxProjectDb_Jobuser_Update(handle, row.iKey, username, password);

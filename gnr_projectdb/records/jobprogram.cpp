@@ -28,8 +28,8 @@ int StoreProperties(sqlite3* db, std::int64_t key, const CYxByteArray& bytes) {
 }
 
 // Opens the root group of the program's tree; 0 or -13, or a read status.
-int OpenRoot(YxProjectDbHandle handle, std::int64_t key, CYxLiteVariantR& reader) {
-    sqlite3* db = Db(handle);
+int OpenRoot(const Conn& conn, std::int64_t key, CYxLiteVariantR& reader) {
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxByteArray bytes;
     bool found = false;
@@ -49,7 +49,8 @@ int YxProjectDb_Jobprogram_Insert(YxProjectDbHandle handle, std::int64_t jobdefK
 
 int YxProjectDb_Jobprogram_Insert(YxProjectDbHandle handle, std::int64_t jobdefKey, const wchar_t* summary,
                                   const CYxByteArray* properties, std::int64_t* key) {
-    if (!Db(handle)) {
+    const Conn conn(handle);
+    if (!conn) {
         if (key) *key = 0;
         return YXPDB_E_NOCONNECTION;
     }
@@ -58,7 +59,8 @@ int YxProjectDb_Jobprogram_Insert(YxProjectDbHandle handle, std::int64_t jobdefK
 
 int YxProjectDb_Jobprogram_Insert(YxProjectDbHandle handle, std::int64_t jobdefKey, const wchar_t* summary,
                                   const CYxByteArray* properties, const wchar_t* uuid, std::int64_t* key) {
-    if (!Db(handle)) {
+    const Conn conn(handle);
+    if (!conn) {
         if (key) *key = 0;
         return YXPDB_E_NOCONNECTION;
     }
@@ -75,16 +77,18 @@ int YxProjectDb_Jobprogram_Insert(YxProjectDbHandle handle, std::int64_t jobdefK
 
 int YxProjectDb_Jobprogram_Update(YxProjectDbHandle handle, std::int64_t key, const wchar_t* summary,
                                   const CYxByteArray* properties) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const double now = YxProjectDb_Sys_JdnNow();
     if (properties)
-        return UpdateValues(handle, kProgram, key, {L"wszSummary", L"pProperties", L"dMTime"}, CYxStringW(summary),
+        return UpdateValues(conn, kProgram, key, {L"wszSummary", L"pProperties", L"dMTime"}, CYxStringW(summary),
                             *properties, now);
-    return UpdateValues(handle, kProgram, key, {L"wszSummary", L"dMTime"}, CYxStringW(summary), now);
+    return UpdateValues(conn, kProgram, key, {L"wszSummary", L"dMTime"}, CYxStringW(summary), now);
 }
 
 int YxProjectDb_Jobprogram_RemoveOne(YxProjectDbHandle handle, const wchar_t* uuid) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteDelete del(db, kProgram, {L"wszUuid"});
     del.Row(CYxStringW(uuid));
@@ -92,8 +96,9 @@ int YxProjectDb_Jobprogram_RemoveOne(YxProjectDbHandle handle, const wchar_t* uu
 }
 
 int YxProjectDb_Jobprogram_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProjectDbRow_jobprogram& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle, CYxStringW::Format(L"%s=%I64d", L"iKey", key), row);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(conn, CYxStringW::Format(L"%s=%I64d", L"iKey", key), row);
 }
 
 int YxProjectDb_Jobprogram_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYxProjectDbRow_jobprogram& row) {
@@ -107,15 +112,17 @@ int YxProjectDb_Jobprogram_GetMany(YxProjectDbHandle handle, std::int64_t jobdef
 
 int YxProjectDb_Jobprogram_GetLatest(YxProjectDbHandle handle, std::int64_t jobdefKey,
                                      SYxProjectDbRow_jobprogram& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(conn,
                        CYxStringW::Format(L"%s=%I64d ORDER BY %s DESC, %s DESC LIMIT 1", L"iJobdefKeyRef", jobdefKey,
                                           L"dMTime", L"iKey"),
                        row);
 }
 
 int YxProjectDb_Jobprogram_GetLatestTaskStateoOr(YxProjectDbHandle handle, std::int64_t jobdefKey, int& state) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, CYxStringW::Format(L"SELECT bitwiseor(%s.%s) FROM %s WHERE %s.%s=(SELECT %s.%s FROM %s WHERE "
                                             L"%s.%s=%I64d ORDER BY %s.%s DESC LIMIT 1);",
@@ -143,14 +150,16 @@ int YxProjectDb_Jobprogram_GetProperty(YxProjectDbHandle handle, std::int64_t ke
 }
 
 int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, const SYxProjectDbRow_jobprogram& row) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     return StoreProperties(db, row.iKey, row.pProperties);
 }
 
 int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, std::int64_t key,
                                                     const std::vector<SYxProjectDbRow_jobprogram::_property>& props) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     if (props.empty()) return 0;
     CYxByteArray bytes;
@@ -173,9 +182,10 @@ int YxProjectDb_Jobprogram_InsertOrUpdateProperties(YxProjectDbHandle handle, st
 
 int YxProjectDb_Jobprogram_Duplicate(YxProjectDbHandle handle, std::int64_t key, std::int64_t* newKey) {
     if (newKey) *newKey = 0;
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     SYxProjectDbRow_jobprogram row{};
-    const int rc = GetOne(handle, key, row);
+    const int rc = GetOne(conn, key, row);
     if (rc != 0) return rc;
     if (row.iKey == 0) return YXPDB_E_NOTFOUND;
     return YxProjectDb_Jobprogram_Insert(handle, row.iJobdefKeyRef, row.wszSummary, &row.pProperties,

@@ -37,7 +37,8 @@ int YxProjectDb_Jobpropdef_InsertOrUpdate(YxProjectDbHandle handle, std::int64_t
                                           const std::vector<CYxStringW>& enumValues, std::int32_t flags,
                                           const CYxByteArray* dependency, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, PropdefSql(L"INSERT OR REPLACE"));
     BindPropdef(cmd, programKey, CYxStringW(propKey), defaultValue, type, visibility, flags,
@@ -53,7 +54,8 @@ int YxProjectDb_Jobpropdef_InsertOrUpdate(YxProjectDbHandle handle, std::int64_t
 
 int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t programKey,
                                   std::vector<SYxProjectDbJobpropdefValues>& defs) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     // Enumeration values are spliced into the batches: refuse a quote before
     // anything is deleted.
@@ -108,41 +110,45 @@ int YxProjectDb_Jobpropdef_SetAll(YxProjectDbHandle handle, std::int64_t program
 
 int YxProjectDb_Jobpropdef_GetAll(YxProjectDbHandle handle, std::int64_t programKey,
                                   std::vector<SYxProjectDbRow_jobpropdef>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", L"jobpropdef", L"iJobprogramKeyRef", programKey),
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", L"jobpropdef", L"iJobprogramKeyRef", programKey),
                         rows);
 }
 
 int YxProjectDb_Jobpropdef_GetOne(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
                                   SYxProjectDbRow_jobpropdef& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     CYxStringW where;
     if (const int rc = YxSqlite_Format(where, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszPropkey",
                                        propKey ? propKey : L""))
         return rc;
-    return GetOneWhere(handle, where, row);
+    return GetOneWhere(conn, where, row);
 }
 
 int YxProjectDb_Jobpropdef_GetIkey(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey,
                                    std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     CYxStringW sql;
     if (const int rc = YxSqlite_Format(sql, L" SELECT iKey FROM %s WHERE %s=%I64d AND %s='%s' ", L"jobpropdef",
                                        L"iJobprogramKeyRef", programKey, L"wszPropkey", propKey ? propKey : L""))
         return rc;
     int status = 0;
-    const std::int64_t k = ReadInt64(handle, sql, &status);
+    const std::int64_t k = ReadInt64(conn, sql, &status);
     if (key) *key = k;
     return status;
 }
 
 int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* propKey) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     CYxStringW sql;
     if (const int rc = YxSqlite_Format(sql, L"DELETE FROM %s WHERE %s=%I64d AND %s='%s'", L"jobpropdef",
                                        L"iJobprogramKeyRef", programKey, L"wszPropkey", propKey ? propKey : L""))
         return rc;
-    return Execute(handle, sql);
+    return Execute(conn, sql);
 }
 
 int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t key) {
@@ -151,8 +157,9 @@ int YxProjectDb_Jobpropdef_Delete(YxProjectDbHandle handle, std::int64_t key) {
 
 int YxProjectDb_Jobpropenumvalue_GetAll(YxProjectDbHandle handle, std::int64_t propdefKey,
                                         std::vector<SYxProjectDbRow_jobpropenumvalue>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s.%s=%I64d ORDER BY %s.%s", L"jobpropenumvalue", L"iJobpropdefKeyRef",
                                            propdefKey, L"jobpropenumvalue", L"iKey"),
                         rows);
@@ -166,7 +173,8 @@ int YxProjectDb_Jobpropenumvalue_InsertOrIgnore(YxProjectDbHandle handle, std::i
 
 int YxProjectDb_Jobpropenumvalue_SetAll(YxProjectDbHandle handle, std::int64_t propdefKey,
                                         std::vector<SYxProjectDbRow_jobpropenumvalue>& rows) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteTransaction tr(db, true, 30);
     int rc = DeleteWhere(db, kEnumvalue, L"iJobpropdefKeyRef", propdefKey);

@@ -54,7 +54,8 @@ int YxProjectDb_Jobrun_Insert(YxProjectDbHandle handle, std::int64_t projKey, co
                               const wchar_t* name, const wchar_t* desc, double cTime, SYxProjectDbRow_jobrun* out,
                               CYxStringW* path) {
     const CYxStringW uuid = YxProjectDb_Sys_UuidAsText();
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const CYxStringW folder = RunFolderName(handle, jobdefKey, name, cTime);
     const CYxStringW abs =
         YxFs_AddTrailingSeparator(YxFs_Native(CYxStringW::Format(L"%s%s", YxFs_AddTrailingSeparator(projectFolder), folder)));
@@ -62,7 +63,7 @@ int YxProjectDb_Jobrun_Insert(YxProjectDbHandle handle, std::int64_t projKey, co
     if (rc != 0) return rc;
     SYxProjectDbRow_jobrun row{0,     projKey,         jobdefKey,  programKey, finishFlags,      cTime, cTime, 0.0,
                                uuid, CYxStringW(name), CYxStringW(desc), folder,     CYxStringW()};
-    const int st = Insert(handle, row, nullptr, nullptr, eStampNone);
+    const int st = Insert(conn, row, nullptr, nullptr, eStampNone);
     if (st != 0) return st;
     if (out) *out = row;
     if (path) *path = abs;
@@ -107,7 +108,8 @@ int YxProjectDb_Jobrun_GetManyReferencingJobprogram(YxProjectDbHandle handle, st
 
 int YxProjectDb_Jobrun_GetManyWithFinishFlag(YxProjectDbHandle handle, std::int64_t jobdefKey, std::int64_t mask,
                                              std::int64_t value, std::vector<SYxProjectDbRow_jobrun>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     return GetRunsWhere(handle,
                         CYxStringW::Format(L"%s=%I64d AND bitwiseand(%s, %I64d) = %I64d", L"iJobdefKeyRef", jobdefKey,
                                            L"iFinishFlags", mask, value),
@@ -115,7 +117,8 @@ int YxProjectDb_Jobrun_GetManyWithFinishFlag(YxProjectDbHandle handle, std::int6
 }
 
 int YxProjectDb_Jobrun_GetLatest(YxProjectDbHandle handle, std::int64_t projKey, SYxProjectDbRow_jobrun& row) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     // SELECT * yields the columns in table order, as ReadRow expects.
     CYxSqliteCmd cmd(db, CYxStringW::Format(L"SELECT * FROM %s WHERE %s.%s=%I64d ORDER BY %s.%s DESC LIMIT 1;", L"jobrun",
@@ -126,16 +129,18 @@ int YxProjectDb_Jobrun_GetLatest(YxProjectDbHandle handle, std::int64_t projKey,
 
 int YxProjectDb_Jobrun_GetLatestForJobdef(YxProjectDbHandle handle, std::int64_t jobdefKey,
                                           SYxProjectDbRow_jobrun& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(conn,
                        CYxStringW::Format(L"%s=%I64d ORDER BY %s DESC, %s DESC LIMIT 1", L"iJobdefKeyRef", jobdefKey,
                                           L"dMTime", L"iKey"),
                        row);
 }
 
 int YxProjectDb_Jobrun_GetLastUnfinished(YxProjectDbHandle handle, SYxProjectDbRow_jobrun& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle, CYxStringW::Format(L"%s=1 ORDER BY iKey desc LIMIT 1", L"iFinishFlags"), row);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(conn, CYxStringW::Format(L"%s=1 ORDER BY iKey desc LIMIT 1", L"iFinishFlags"), row);
 }
 
 std::int64_t YxProjectDb_Jobrun_CountForJobdef(YxProjectDbHandle handle, std::int64_t jobdefKey) {
@@ -153,10 +158,11 @@ int YxProjectDb_Jobrun_IsRunning(YxProjectDbHandle handle, const wchar_t* uuid, 
 }
 
 int YxProjectDb_Jobrun_RemoveRunningFlag(YxProjectDbHandle handle) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     std::vector<std::int64_t> keys;
-    const int rc = ReadKeys(handle,
+    const int rc = ReadKeys(conn,
                             CYxStringW::Format(L"SELECT %s FROM %s WHERE %s IS NOT NULL AND bitwiseand(%s,%I64d)=%I64d;",
                                                L"iKey", L"jobrun", L"iFinishFlags", L"iFinishFlags",
                                                std::int64_t{YX_JOBRUN_FLAG_RUNNING}, std::int64_t{YX_JOBRUN_FLAG_RUNNING}),
@@ -267,12 +273,13 @@ CYxStringW JoinedListing(const wchar_t* valueTable, const wchar_t* valueColumn, 
 
 int YxProjectDb_Jobrun_GetAllCustomMetadataGroups(YxProjectDbHandle handle, std::int64_t runKey, int limit,
                                                   std::vector<CYxStringW>& groups) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    int rc = ReadStrings(handle, JoinedListing(L"qualdef", L"wszGroupName", L"framequal", L"iQualdefKeyRef", runKey, limit),
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    int rc = ReadStrings(conn, JoinedListing(L"qualdef", L"wszGroupName", L"framequal", L"iQualdefKeyRef", runKey, limit),
                          groups, true);
     if (rc != 0) return rc;
     const CYxStringW onlyCustom = CYxStringW::Format(L" AND %s.%s=%d", L"propdef", L"iType", 1);
-    return ReadStrings(handle,
+    return ReadStrings(conn,
                        JoinedListing(L"propdef", L"wszGroupName", L"frameprop", L"iPropdefKeyRef", runKey, limit,
                                      onlyCustom),
                        groups, true);
@@ -301,7 +308,8 @@ int YxProjectDb_Jobrun_GetAllSlideBarcodes(YxProjectDbHandle handle, std::int64_
 
 int YxProjectDb_Jobrun_GetAllPropValues(YxProjectDbHandle handle, std::int64_t runKey, std::int64_t propdefKey,
                                         int limit, std::vector<double>& values) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, CYxStringW::Format(L"SELECT DISTINCT %s.%s FROM %s WHERE %s.%s=%I64d AND %s.%s=%I64d LIMIT %d;",
                                             L"frameprop", L"dValue", L"frameprop", L"frameprop", L"iJobrunKeyRef",
@@ -316,9 +324,10 @@ int YxProjectDb_Jobrun_GetAllPropValues(YxProjectDbHandle handle, std::int64_t r
 
 int YxProjectDb_Jobrun_GetAllQualValues(YxProjectDbHandle handle, std::int64_t runKey, std::int64_t qualdefKey,
                                         int limit, std::vector<CYxStringW>& values) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const CYxStringW byQualdef = CYxStringW::Format(L" AND %s.%s=%I64d", L"framequal", L"iQualdefKeyRef", qualdefKey);
-    return ReadStrings(handle,
+    return ReadStrings(conn,
                        JoinedListing(L"qualstr", L"wszName", L"framequal", L"iQualstrKeyRef", runKey, limit, byQualdef),
                        values, false);
 }

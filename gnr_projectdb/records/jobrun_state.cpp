@@ -23,8 +23,9 @@ int YxProjectDb_JobrunRTState_InsertOrReplace(YxProjectDbHandle handle, std::int
 }
 
 int YxProjectDb_JobrunRTState_GetOne(YxProjectDbHandle handle, std::int64_t runKey, SYxProjectDbRow_jobrunrtstate& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneWhere(handle, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", runKey), row);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneWhere(conn, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", runKey), row);
 }
 
 int YxProjectDb_JobrunRTState_GetOne_ExecutedPhases(YxProjectDbHandle handle, std::int64_t runKey,

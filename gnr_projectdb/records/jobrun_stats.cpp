@@ -37,8 +37,8 @@ CYxStringW JoinText(const wchar_t* source, const wchar_t* stat, const wchar_t* d
 // statement inside a transaction of its own, then, when asked, deletes the
 // rows left empty. Any failure rolls the transaction back, so the handle is
 // never left inside it.
-int RunStats(YxProjectDbHandle handle, const CYxStringW& update, const wchar_t* stat, bool deleteEmpty) {
-    sqlite3* db = Db(handle);
+int RunStats(const Conn& conn, const CYxStringW& update, const wchar_t* stat, bool deleteEmpty) {
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     int rc = YxSqlite_ExecuteSingle(db, L"BEGIN;");
     if (rc != 0) return rc;
@@ -53,7 +53,8 @@ int RunStats(YxProjectDbHandle handle, const CYxStringW& update, const wchar_t* 
 
 int YxProjectDb_Jobrunpropstat_UpdateStats(YxProjectDbHandle handle, int entity, const wchar_t* condition,
                                            bool onlyNull, bool deleteEmpty) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* source = PropSource(entity);
     if (!source) return YXPDB_E_NOTFOUND;
     const wchar_t* stat = L"jobrunpropstat";
@@ -78,7 +79,8 @@ int YxProjectDb_Jobrunpropstat_UpdateStats(YxProjectDbHandle handle, int entity,
 
 int YxProjectDb_Jobrunqualstat_UpdateStats(YxProjectDbHandle handle, int entity, const wchar_t* condition,
                                            bool onlyNull, bool deleteEmpty) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* source = QualSource(entity);
     if (!source) return YXPDB_E_NOTFOUND;
     const wchar_t* stat = L"jobrunqualstat";
@@ -98,7 +100,8 @@ int YxProjectDb_Jobrunqualstat_UpdateStats(YxProjectDbHandle handle, int entity,
 
 int YxProjectDb_Jobruntagstat_UpdateStats(YxProjectDbHandle handle, const wchar_t* condition, bool onlyNull,
                                           bool deleteEmpty) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* stat = L"jobruntagstat";
     const CYxStringW j = JoinText(L"frametag", stat, L"iTagdefKeyRef");
     CYxStringW script = CYxStringW::Format(L"UPDATE %s SET \n  %s = (SELECT count(*) FROM %s) \nWHERE %s", stat,
@@ -109,32 +112,34 @@ int YxProjectDb_Jobruntagstat_UpdateStats(YxProjectDbHandle handle, const wchar_
 }
 
 int YxProjectDb_Jobrunpropstat_ResetStats(YxProjectDbHandle handle, const wchar_t* keys) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     // The list is spliced into "IN (...)": it may hold keys and nothing else.
     for (const wchar_t* k = keys; k && *k; ++k)
         if (!std::wcschr(L"0123456789-+, ", *k)) return SQLITE_ERROR;
-    return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, "
+    return Execute(conn, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, "
                                               L"%s=NULL WHERE %s IN (%s);",
                                               L"jobrunpropstat", L"iCount", L"iDistinctCount", L"dStatMin", L"dStatMax",
                                               L"dStatSum", L"dStatSqSum", L"dStatDecSum", L"iKey", keys ? keys : L""));
 }
 
 int YxProjectDb_Jobrunpropstat_ResetStats(YxProjectDbHandle handle, std::int64_t runKey, std::int64_t propdefKey) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     int status = 0;
     bool found = false;
     const std::int64_t key =
-        ReadInt64(handle,
+        ReadInt64(conn,
                   CYxStringW::Format(L"SELECT %s FROM %s WHERE %s=%I64d AND %s=%I64d;", L"iKey", L"jobrunpropstat",
                                      L"iJobrunKeyRef", runKey, L"iPropdefKeyRef", propdefKey),
                   &status, &found);
     if (status != 0) return status;
     if (found)
-        return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, "
+        return Execute(conn, CYxStringW::Format(L"UPDATE %s SET %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, %s=NULL, "
                                                   L"%s=NULL WHERE %s=%I64d;",
                                                   L"jobrunpropstat", L"iCount", L"iDistinctCount", L"dStatMin",
                                                   L"dStatMax", L"dStatSum", L"dStatSqSum", L"dStatDecSum", L"iKey", key));
-    return Execute(handle, CYxStringW::Format(L"INSERT INTO %s (%s, %s, %s) VALUES (%I64d, %I64d, (SELECT %s FROM %s "
+    return Execute(conn, CYxStringW::Format(L"INSERT INTO %s (%s, %s, %s) VALUES (%I64d, %I64d, (SELECT %s FROM %s "
                                               L"WHERE %s=%I64d));",
                                               L"jobrunpropstat", L"iJobrunKeyRef", L"iPropdefKeyRef", L"iOnEntity",
                                               runKey, propdefKey, L"iOnEntity", L"propdef", L"iKey", propdefKey));
@@ -167,7 +172,8 @@ int YxProjectDb_Jobrunqualstat_ResetStats(YxProjectDbHandle handle, std::int64_t
 
 int YxProjectDb_Jobrunqualstat_ResetMany(YxProjectDbHandle handle,
                                          const std::vector<SYxProjectDbRow_jobrunqualstat>& rows) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     if (rows.empty()) return 0;
     CYxSqliteTransaction tr(db, true, 30);

@@ -23,7 +23,8 @@ int YxProjectDb_Jobtask_Insert(YxProjectDbHandle handle, std::int64_t programKey
                                std::int64_t blockNumber, std::int64_t order, const wchar_t* className,
                                const SYxProjectDbJobTaskState& state, const CYxByteArray* dependency,
                                std::int64_t* key) {
-    if (!Db(handle)) {
+    const Conn conn(handle);
+    if (!conn) {
         if (key) *key = 0;
         return YXPDB_E_NOCONNECTION;
     }
@@ -72,20 +73,22 @@ int YxProjectDb_Jobtask_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SY
 
 int YxProjectDb_Jobtask_GetOne(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* name,
                                SYxProjectDbRow_jobtask& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszName",
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszName",
                                           name ? name : L"");
 }
 
 int YxProjectDb_Jobtask_GetMany(YxProjectDbHandle handle, std::int64_t programKey,
                                 std::vector<SYxProjectDbRow_jobtask>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     if (programKey == 0)
-        return GetManyWhere(handle,
+        return GetManyWhere(conn,
                             CYxStringW::Format(L"%s IS NULL ORDER BY %s, %s", L"iJobprogramKeyRef", L"iJobtaskKeyRef",
                                                L"iOrder"),
                             rows);
-    return GetManyWhere(handle,
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s=%I64d ORDER BY %s, %s, %s", L"iJobprogramKeyRef", programKey,
                                            L"iJobprogramKeyRef", L"iJobtaskKeyRef", L"iOrder"),
                         rows);
@@ -93,15 +96,17 @@ int YxProjectDb_Jobtask_GetMany(YxProjectDbHandle handle, std::int64_t programKe
 
 int YxProjectDb_Jobtask_GetAllWithClass(YxProjectDbHandle handle, std::int64_t programKey, const wchar_t* className,
                                         std::vector<SYxProjectDbRow_jobtask>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyFormatted(handle, rows, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszClassName",
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyFormatted(conn, rows, L"%s=%I64d AND %s='%s'", L"iJobprogramKeyRef", programKey, L"wszClassName",
                                            className ? className : L"");
 }
 
 int YxProjectDb_Jobtask_GetAllWithState(YxProjectDbHandle handle, std::int64_t programKey, std::int64_t bits,
                                         std::vector<SYxProjectDbRow_jobtask>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s=%I64d AND bitwiseand(%s, %I64d)=%I64d", L"iJobprogramKeyRef",
                                            programKey, L"iState", bits, bits),
                         rows);
@@ -109,7 +114,8 @@ int YxProjectDb_Jobtask_GetAllWithState(YxProjectDbHandle handle, std::int64_t p
 
 int YxProjectDb_Jobtask_GetOldToNewMap(YxProjectDbHandle handle, std::int64_t oldProgramKey,
                                        std::int64_t newProgramKey, std::map<std::int64_t, std::int64_t>& map) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, PairSelect(oldProgramKey, newProgramKey));
     while (cmd.Next()) {
@@ -123,7 +129,8 @@ int YxProjectDb_Jobtask_GetOldToNewMap(YxProjectDbHandle handle, std::int64_t ol
 
 int YxProjectDb_Jobtask_CreateOldToNewLookupTable(YxProjectDbHandle handle, std::int64_t oldProgramKey,
                                                   std::int64_t newProgramKey, CYxStringW& tableName) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     // A key map (keymap.h) filled with the pairs of tasks of equal name.
     int rc = YxProjectDb_KeyMap_Create(handle, tableName);
     if (rc == 0) rc = KeyMapFillFromSelect(handle, tableName, PairSelect(oldProgramKey, newProgramKey));

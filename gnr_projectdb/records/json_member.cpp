@@ -2,6 +2,7 @@
 // (json_member.h).
 #include "gnr_projectdb/json_member.h"
 
+#include "framework/yxclocale.h"
 #include "gnr_projectdb/records/table_ops.h"
 #include "gnr_projectdb/schema/app_schema.h"
 
@@ -9,6 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <charconv>
 #include <cmath>
 #include <cwchar>
 
@@ -68,8 +70,12 @@ int YxProjectDb_Json_GetMember(YxProjectDbHandle handle, const wchar_t* table, c
                                std::int64_t key, const wchar_t* member, QJsonValue& value) {
     const STarget t = Resolve(handle, table, column, member);
     if (t.status) return t.status;
-    CYxSqliteCmd sel(t.db, CYxStringW::Format(L"SELECT json_type(%s, ?1), json_extract(%s, ?1) FROM %s WHERE %s=?2;",
-                                              t.column, t.column, t.table, L"iKey"));
+    // A real is read from its JSON text ("->"): SQLite's own conversion of a
+    // JSON real follows the process locale (strtod) and stops at the point
+    // under a comma-decimal locale.
+    CYxSqliteCmd sel(t.db, CYxStringW::Format(L"SELECT json_type(%s, ?1), json_extract(%s, ?1), %s -> ?1 FROM %s "
+                                              L"WHERE %s=?2;",
+                                              t.column, t.column, t.column, t.table, L"iKey"));
     sel.Bind(1, t.path);
     sel.BindInt64(2, key);
     if (!sel.Next()) return sel.Result() ? sel.Result() : YXPDB_E_NOTFOUND;
@@ -85,9 +91,9 @@ int YxProjectDb_Json_GetMember(YxProjectDbHandle handle, const wchar_t* table, c
         sel.Column(1, v);
         value = QJsonValue(static_cast<qint64>(v));
     } else if (type == L"real") {
-        double v = 0;
-        sel.Column(1, v);
-        value = QJsonValue(v);
+        CYxStringW text;
+        sel.Column(2, text);
+        value = QJsonValue(YxWcstodC(text.c_str()));
     } else if (type == L"text") {
         CYxStringW v;
         sel.Column(1, v);
@@ -110,10 +116,15 @@ int YxProjectDb_Json_SetMember(YxProjectDbHandle handle, const wchar_t* table, c
     if (value.isDouble()) {
         const double d = value.toDouble();
         const bool whole = std::isfinite(d) && std::floor(d) == d && std::fabs(d) <= 9007199254740992.0;
-        return UpdateMember(t, key, plain, [&](CYxSqliteCmd& cmd) {
-            if (whole) cmd.BindInt64(3, static_cast<std::int64_t>(d));
-            else cmd.Bind(3, d);
-        });
+        if (whole)
+            return UpdateMember(t, key, plain, [&](CYxSqliteCmd& cmd) { cmd.BindInt64(3, static_cast<std::int64_t>(d)); });
+        if (!std::isfinite(d)) return UpdateMember(t, key, plain, [&](CYxSqliteCmd& cmd) { cmd.Bind(3, d); });
+        // SQLite writes a bound real with 15 digits; the shortest text that
+        // reads back as the same double keeps every bit.
+        char buf[32];
+        const std::to_chars_result r = std::to_chars(buf, buf + sizeof buf, d);
+        const CYxStringW number = CYxStringW::FromUtf8(std::string_view(buf, static_cast<std::size_t>(r.ptr - buf)));
+        return UpdateMember(t, key, asJson, [&](CYxSqliteCmd& cmd) { cmd.Bind(3, number); });
     }
     if (value.isString()) {
         const CYxStringW text(value.toString().toStdWString());

@@ -11,8 +11,8 @@ const wchar_t* const kOld = L"iKey";
 const wchar_t* const kNew = L"iValue";
 
 // The connection of the handle, with the name checked: -9 or -13 into *rc.
-sqlite3* Checked(YxProjectDbHandle handle, const wchar_t* name, int* rc) {
-    sqlite3* db = Db(handle);
+sqlite3* Checked(const Conn& conn, const wchar_t* name, int* rc) {
+    sqlite3* db = conn.Db();
     if (!db) {
         *rc = YXPDB_E_NOCONNECTION;
         return nullptr;
@@ -38,7 +38,8 @@ bool YxProjectDb_KeyMap_IsName(const wchar_t* name) {
 
 int YxProjectDb_KeyMap_Create(YxProjectDbHandle handle, CYxStringW& name) {
     name.Empty();
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     const CYxStringW candidate = CYxStringW(L"lu_") + YxProjectDb_Sys_UuidAsText();
     if (!YxProjectDb_KeyMap_IsName(candidate)) return YXPDB_E_NOTFOUND;

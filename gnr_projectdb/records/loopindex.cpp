@@ -8,11 +8,11 @@ using namespace yxrec;
 namespace {
 const SYxSqliteTableDef& kIndex = YxJobsDef_loopindex;
 
-int InsertIndex(YxProjectDbHandle handle, const wchar_t* clause, std::int64_t jobrunKey, std::int32_t frameIndex,
+int InsertIndex(const Conn& conn, const wchar_t* clause, std::int64_t jobrunKey, std::int32_t frameIndex,
                 std::int64_t runloopKey, std::int32_t loopIndex, std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_loopindex row{0, jobrunKey, frameIndex, runloopKey, loopIndex};
-    return Insert(handle, row, key, clause, eStampNone);
+    return Insert(conn, row, key, clause, eStampNone);
 }
 }  // namespace
 
@@ -36,15 +36,17 @@ int YxProjectDb_Loopindex_InsertOrIgnoreMany(YxProjectDbHandle handle, std::vect
 
 int YxProjectDb_Loopindex_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                   std::vector<SYxProjectDbRow_loopindex>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kIndex.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kIndex.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Loopindex_GetAllForFrame(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t frameIndex,
                                          std::vector<SYxProjectDbRow_loopindex>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kIndex.wszName;
-    return GetManyWhere(handle,
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s.%s=%I64d AND %s.%s=%d", t, L"iJobrunKeyRef", jobrunKey, t,
                                            L"iFrameIndex", frameIndex),
                         rows);
@@ -54,7 +56,8 @@ void YxProjectDb_Loopindex_GetFrameIndex(YxProjectDbHandle handle, std::int64_t 
                                          const std::vector<SYxProjectDbRow_loopindex>& coordinates,
                                          std::vector<std::int32_t>& frameIndexes) {
     frameIndexes.clear();
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return;
     // One alias per coordinate, each joined to the previous one on the frame.
     CYxStringW head(L"SELECT frame.iFrameIndex FROM frame JOIN loopindex AS l0 ON "

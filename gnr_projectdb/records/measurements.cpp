@@ -12,10 +12,10 @@ namespace {
 
 const SYxSqliteTableDef& kMeas = YxAppDef_measurements;
 
-int InsertMeasurement(YxProjectDbHandle handle, std::int64_t definitionKey, std::int64_t fileKey,
+int InsertMeasurement(const Conn& conn, std::int64_t definitionKey, std::int64_t fileKey,
                       const QByteArray& json, std::uint32_t dataSize, const void* data, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteInsert ins(db, kMeas);
     ins.Bind(1, definitionKey);
@@ -59,7 +59,8 @@ int YxProjectDb_Measurements_Insert(YxProjectDbHandle handle, std::int64_t defin
 
 int YxProjectDb_Measurements_Update(YxProjectDbHandle handle, std::int64_t key, std::int64_t fileKey,
                                     const QJsonObject* metadata) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteUpdate upd(db, kMeas, {L"iFileKeyRef", L"jsonMetadata"});
     if (fileKey == 0) upd.Bind(1);
@@ -71,7 +72,8 @@ int YxProjectDb_Measurements_Update(YxProjectDbHandle handle, std::int64_t key, 
 }
 
 int YxProjectDb_Measurements_ChangeFlags(YxProjectDbHandle handle, std::int64_t key, std::int32_t flags, bool set) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, set ? L"UPDATE measurements SET jsonMetadata = json_set(jsonMetadata, '$.iFlags', "
                                L"json_extract(jsonMetadata, '$.iFlags') | ?) WHERE iKey=?;"
@@ -88,7 +90,8 @@ int YxProjectDb_Measurements_Delete(YxProjectDbHandle handle, std::int64_t key) 
 }
 
 int YxProjectDb_Measurements_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProjectDbRow_measurements& row) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, kMeas, key);
     if (sel.Next()) ReadMeasurement(sel, row);
@@ -97,7 +100,8 @@ int YxProjectDb_Measurements_GetOne(YxProjectDbHandle handle, std::int64_t key, 
 
 int YxProjectDb_Measurements_GetMany(YxProjectDbHandle handle, std::int64_t definitionKey,
                                      std::vector<SYxProjectDbRow_measurements>& rows) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, kMeas,
                         CYxStringW::Format(L"%s.%s=%I64d", kMeas.wszName, L"iDefinitionKeyRef", definitionKey));
@@ -110,7 +114,8 @@ int YxProjectDb_Measurements_GetMany(YxProjectDbHandle handle, std::int64_t defi
 }
 
 std::int64_t YxProjectDb_Measurements_GetAnalysisKeyRef(YxProjectDbHandle handle, std::int64_t key) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, L"SELECT iDefinitionKeyRef FROM measurements WHERE iKey=?;");
     cmd.Bind(1, key);
@@ -128,7 +133,8 @@ CYxStringW YxProjectDb_Measurements_GetFileName(YxProjectDbHandle handle, std::i
 }
 
 std::int32_t YxProjectDb_Measurements_GetMaxBatchNumber(YxProjectDbHandle handle) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return 0;
     // The path keeps its historical "&." form.
     CYxSqliteCmd cmd(db, CYxStringW::Format(L"SELECT max(json_extract(jsonMetadata, '&.%s')) FROM %s;",
@@ -140,7 +146,8 @@ std::int32_t YxProjectDb_Measurements_GetMaxBatchNumber(YxProjectDbHandle handle
 
 int YxProjectDb_Measurements_GetAllNames(YxProjectDbHandle handle, std::vector<CYxStringW>& names,
                                          const std::vector<CYxStringW>& modules) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     CYxStringW sql(L"SELECT json_extract(measurements.jsonMetadata,'$.wszName') FROM measurements");
     if (modules.empty()) {
         sql += L";";
@@ -152,5 +159,5 @@ int YxProjectDb_Measurements_GetAllNames(YxProjectDbHandle handle, std::vector<C
         }
         sql += L");";
     }
-    return ReadStrings(handle, sql, names, false);
+    return ReadStrings(conn, sql, names, false);
 }

@@ -11,8 +11,8 @@ const SYxSqliteTableDef& kPlane = YxJobsDef_planeinfo;
 const SYxSqliteTableDef& kLink = YxJobsDef_fileplaneinfo;
 
 // Appends the planes of a query selecting the four plane columns in order.
-int ReadPlanes(YxProjectDbHandle handle, const wchar_t* sql, std::list<SYxProjectDbRow_planeinfo>& rows) {
-    sqlite3* db = Db(handle);
+int ReadPlanes(const Conn& conn, const wchar_t* sql, std::list<SYxProjectDbRow_planeinfo>& rows) {
+    sqlite3* db = conn.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, sql);
     while (cmd.Next()) {
@@ -31,19 +31,20 @@ int YxProjectDb_PlaneInfo_Insert(YxProjectDbHandle handle, SYxProjectDbRow_plane
 
 int YxProjectDb_PlaneInfo_InsertOrReplace(YxProjectDbHandle handle, std::int64_t fileKey,
                                           SYxProjectDbRow_planeinfo& row, std::int32_t position) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     // The look-up's own failure is not examined: a name that the guard
     // refuses (it holds a quote) finds no plane, as a failed look-up does.
     CYxStringW sql;
     row.iKey = YxSqlite_Format(sql, L"SELECT %s FROM %s WHERE %s = '%s' AND %s = %d", L"iKey", kPlane.wszName,
                                L"wszPlaneName", row.wszPlaneName, L"iComponents", row.iComponents) == 0
-                   ? ReadInt64(handle, sql)
+                   ? ReadInt64(conn, sql)
                    : 0;
     CYxSqliteInsert ins(db, kPlane, {L"wszPlaneName", L"iComponents", L"pData"});
     if (row.iKey != 0) {
         // The newest description of the plane replaces the stored one.
-        UpdateValues(handle, kPlane, row.iKey, {L"wszPlaneName", L"iComponents", L"pData"}, row.wszPlaneName,
+        UpdateValues(conn, kPlane, row.iKey, {L"wszPlaneName", L"iComponents", L"pData"}, row.wszPlaneName,
                      row.iComponents, row.pData);
     } else {
         row.iKey = ins.Row(row.wszPlaneName, row.iComponents, row.pData);
@@ -55,8 +56,9 @@ int YxProjectDb_PlaneInfo_InsertOrReplace(YxProjectDbHandle handle, std::int64_t
 
 int YxProjectDb_PlaneInfo_GetOne(YxProjectDbHandle handle, const wchar_t* planeName, std::int32_t components,
                                  SYxProjectDbRow_planeinfo& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L"%s='%s' AND %s=%I32d", L"wszPlaneName", planeName ? planeName : L"",
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L"%s='%s' AND %s=%I32d", L"wszPlaneName", planeName ? planeName : L"",
                                           L"iComponents", components);
 }
 
@@ -90,19 +92,21 @@ int YxProjectDb_FilePlaneInfo_Insert(YxProjectDbHandle handle, SYxProjectDbRow_f
 
 int YxProjectDb_FilePlaneInfo_GetMany(YxProjectDbHandle handle, std::int64_t fileKey,
                                       std::list<SYxProjectDbRow_fileplaneinfo>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     std::vector<SYxProjectDbRow_fileplaneinfo> read;
     const int rc =
-        GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kLink.wszName, L"iFileKeyRef", fileKey), read);
+        GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kLink.wszName, L"iFileKeyRef", fileKey), read);
     rows.insert(rows.end(), read.begin(), read.end());
     return rc;
 }
 
 int YxProjectDb_FilePlaneInfo_GetIKey(YxProjectDbHandle handle, std::int64_t fileKey, std::int64_t planeKey,
                                       std::int32_t position, std::int64_t& key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     int rc = 0;
-    key = ReadInt64(handle,
+    key = ReadInt64(conn,
                     CYxStringW::Format(L"SELECT %s FROM %s WHERE %s=%I64d AND %s=%I64d AND %s=%I64d ", L"iKey",
                                        kLink.wszName, L"iFileKeyRef", fileKey, L"iPlaneInfoKeyRef", planeKey,
                                        L"iPosition", static_cast<std::int64_t>(position)),

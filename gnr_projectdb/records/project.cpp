@@ -34,12 +34,13 @@ int InsertProject(YxProjectDbHandle handle, const wchar_t* uuid, const wchar_t* 
                   const wchar_t* folderName, double cTime, double mTime, bool stamp, std::int64_t* key) {
     if (key) *key = 0;
     // An unknown handle has no project root: nothing may be created then.
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     CYxStringW stored;
     const int rc = PrepareProjectFolder(handle, folderName, stored);
     if (rc != 0) return rc;
     SYxProjectDbRow_project row{0, cTime, mTime, CYxStringW(uuid), CYxStringW(name), CYxStringW(desc), stored};
-    return Insert(handle, row, key, nullptr, stamp ? eStampAll : eStampNone);
+    return Insert(conn, row, key, nullptr, stamp ? eStampAll : eStampNone);
 }
 
 }  // namespace
@@ -79,16 +80,18 @@ int YxProjectDb_Proj_Insert(YxProjectDbHandle handle, const wchar_t* uuid, const
 
 int YxProjectDb_Proj_Update(YxProjectDbHandle handle, std::int64_t key, const wchar_t* name, const wchar_t* desc,
                             const wchar_t* folderName) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const double now = YxProjectDb_Sys_JdnNow();
-    return UpdateValues(handle, kProj, key, {L"dMTime", L"wszName", L"wszDesc", L"wszFolderName"}, now,
+    return UpdateValues(conn, kProj, key, {L"dMTime", L"wszName", L"wszDesc", L"wszFolderName"}, now,
                         CYxStringW(name), CYxStringW(desc), CYxStringW(folderName));
 }
 
 int YxProjectDb_Proj_Update(YxProjectDbHandle handle, std::int64_t key, const wchar_t* name, const wchar_t* desc) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const double now = YxProjectDb_Sys_JdnNow();
-    return UpdateValues(handle, kProj, key, {L"dMTime", L"wszName", L"wszDesc"}, now, CYxStringW(name),
+    return UpdateValues(conn, kProj, key, {L"dMTime", L"wszName", L"wszDesc"}, now, CYxStringW(name),
                         CYxStringW(desc));
 }
 
@@ -99,8 +102,9 @@ int YxProjectDb_Proj_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxProje
 }
 
 int YxProjectDb_Proj_GetOne(YxProjectDbHandle handle, const wchar_t* uuid, SYxProjectDbRow_project& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L"%s.%s='%s'", kProj.wszName, L"wszUuid", uuid ? uuid : L"");
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L"%s.%s='%s'", kProj.wszName, L"wszUuid", uuid ? uuid : L"");
 }
 
 int YxProjectDb_Proj_GetAll(YxProjectDbHandle handle, std::vector<SYxProjectDbRow_project>& rows) {
@@ -118,7 +122,8 @@ int YxProjectDb_Proj_GetAllUuuids(YxProjectDbHandle handle, std::vector<CYxStrin
 
 int YxProjectDb_Proj_getUUIDFromJobDefUUIDs(YxProjectDbHandle handle, const std::vector<CYxStringW>& jobdefUuids,
                                             std::vector<CYxStringW>& projUuids) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     // SQLite limits the depth of an expression (1000 terms): a long list is
     // asked in chunks of the same statement, and the answers are joined
     // without repeating a value. Every condition is built (and every uuid
@@ -137,7 +142,7 @@ int YxProjectDb_Proj_getUUIDFromJobDefUUIDs(YxProjectDbHandle handle, const std:
         const CYxStringW sql = CYxStringW::Format(L"SELECT %s.%s FROM %s  JOIN %s ON %s.%s = %s.%s %s", L"project",
                                                   L"wszUuid", L"project", L"jobdef", L"jobdef", L"iProjKeyRef",
                                                   L"project", L"iKey", where);
-        if (const int rc = ReadStrings(handle, sql, projUuids, true)) return rc;
+        if (const int rc = ReadStrings(conn, sql, projUuids, true)) return rc;
     }
     return 0;
 }
@@ -179,26 +184,29 @@ int YxProjectDb_Projtag_InsertMany(YxProjectDbHandle handle, std::vector<SYxProj
 }
 
 int YxProjectDb_Projtag_Exists(YxProjectDbHandle handle, std::int64_t projKey, std::int64_t tagKey, bool& exists) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     // The two terms are joined by a comma, as the condition has always been
     // written; SQLite does not accept it, so no row is ever read here.
     const CYxStringW where = CYxStringW::Format(L"%s.%s=%I64d , %s.%s=%I64d ", L"projtag", L"iTagdefKeyRef", tagKey,
                                                 L"projtag", L"iProjKeyRef", projKey);
-    CYxSqliteSelect sel(Db(handle), kProjtag, where);
+    CYxSqliteSelect sel(conn.Db(), kProjtag, where);
     exists = sel.Next();
     return sel.Result();
 }
 
 int YxProjectDb_Projtag_GetManyTags(YxProjectDbHandle handle, std::int64_t projKey,
                                     std::vector<SYxProjectDbRow_projtag>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", L"projtag", L"iProjKeyRef", projKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", L"projtag", L"iProjKeyRef", projKey), rows);
 }
 
 int YxProjectDb_Projtag_GetManyProjs(YxProjectDbHandle handle, std::int64_t tagKey,
                                      std::vector<SYxProjectDbRow_projtag>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", L"projtag", L"iTagdefKeyRef", tagKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", L"projtag", L"iTagdefKeyRef", tagKey), rows);
 }
 
 int YxProjectDb_Projtag_DeleteMany(YxProjectDbHandle handle, std::int64_t projKey) {

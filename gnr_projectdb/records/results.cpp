@@ -15,7 +15,8 @@ const SYxSqliteTableDef& kRes = YxAppDef_results;
 int YxProjectDb_Results_Insert(YxProjectDbHandle handle, std::int64_t measurementKey, const QJsonObject* metadata,
                                std::uint32_t dataSize, const void* data, std::int64_t* key) {
     if (key) *key = 0;
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     const CYxStringW uuid = YxProjectDb_Sys_UuidAsText();
     CYxSqliteInsert ins(db, kRes, {L"iMeasurementKeyRef", L"jsonMetadata", L"pData", L"wszUuid"});
@@ -29,7 +30,8 @@ int YxProjectDb_Results_Insert(YxProjectDbHandle handle, std::int64_t measuremen
 }
 
 int YxProjectDb_Results_Update(YxProjectDbHandle handle, std::int64_t key, const SYxProjectDbRow_results& row) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteUpdate upd(db, kRes, {L"iMeasurementKeyRef", L"jsonMetadata", L"pData"});
     upd.Bind(1, row.iMeasurementKeyRef);
@@ -42,7 +44,8 @@ int YxProjectDb_Results_Update(YxProjectDbHandle handle, std::int64_t key, const
 
 int YxProjectDb_Results_Update(YxProjectDbHandle handle, std::int64_t key, const QJsonObject* metadata,
                                const CYxByteArray& data) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteUpdate upd(db, kRes, {L"jsonMetadata", L"pData"});
     BindJson(upd, 1, JsonText(metadata));
@@ -54,7 +57,8 @@ int YxProjectDb_Results_Update(YxProjectDbHandle handle, std::int64_t key, const
 
 int YxProjectDb_Results_GetMany(YxProjectDbHandle handle, std::int64_t measurementKey,
                                 std::vector<SYxProjectDbRow_results>& rows) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, kRes,
                         CYxStringW::Format(L"%s.%s=%I64d", kRes.wszName, L"iMeasurementKeyRef", measurementKey));

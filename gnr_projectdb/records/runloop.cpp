@@ -20,15 +20,17 @@ std::int64_t YxProjectDb_Runloop_Find(YxProjectDbHandle handle, std::int64_t job
 
 int YxProjectDb_Runloop_Insert(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t jobtaskKey,
                                std::int32_t order, std::int32_t nestLevel, std::int32_t loopType, std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;  // key untouched
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;  // key untouched
     SYxProjectDbRow_runloop row{0, jobrunKey, jobtaskKey, order, nestLevel, loopType};
-    return Insert(handle, row, key, nullptr, eStampNone);
+    return Insert(conn, row, key, nullptr, eStampNone);
 }
 
 int YxProjectDb_Runloop_GetOrInsert(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t jobtaskKey,
                                     std::int32_t order, std::int32_t nestLevel, std::int32_t loopType,
                                     std::int64_t* key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const std::int64_t found = YxProjectDb_Runloop_Find(handle, jobrunKey, order, nestLevel);
     if (found != 0) {
         if (key) *key = found;
@@ -39,10 +41,11 @@ int YxProjectDb_Runloop_GetOrInsert(YxProjectDbHandle handle, std::int64_t jobru
 
 int YxProjectDb_Runloop_GetIKey(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int32_t order,
                                 std::int64_t& key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kLoop.wszName;
     int rc = 0;
-    key = ReadInt64(handle,
+    key = ReadInt64(conn,
                     CYxStringW::Format(L"SELECT %s.%s FROM %s WHERE %s.%s=%I64d AND %s.%s=%I64d ", t, L"iKey", t, t,
                                        L"iJobrunKeyRef", jobrunKey, t, L"iOrder", static_cast<std::int64_t>(order)),
                     &rc);
@@ -51,8 +54,9 @@ int YxProjectDb_Runloop_GetIKey(YxProjectDbHandle handle, std::int64_t jobrunKey
 
 int YxProjectDb_Runloop_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                 std::vector<SYxProjectDbRow_runloop>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle,
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn,
                         CYxStringW::Format(L"%s=%I64d ORDER BY %s", L"iJobrunKeyRef", jobrunKey, L"runloop.iOrder"),
                         rows);
 }
@@ -62,7 +66,8 @@ int YxProjectDb_Runloop_GetOne(YxProjectDbHandle handle, std::int64_t key, SYxPr
 }
 
 int YxProjectDb_Runloop_UpdateIncOrder(YxProjectDbHandle handle, std::int64_t jobrunKey) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     if (YxSqlite_Execute(db, L"BEGIN TRANSACTION;") != 0) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kLoop.wszName;
@@ -86,11 +91,12 @@ int YxProjectDb_Runloop_UpdateIncOrder(YxProjectDbHandle handle, std::int64_t jo
 
 int YxProjectDb_Runloop_ReplaceTaskKeyRefMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                               const wchar_t* mapTable) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     // The map table's name is spliced as a name: it must be an identifier.
     const wchar_t* m = mapTable ? mapTable : L"";
     if (const int rc = YxSqlite_CheckIdentifier(m)) return rc;
-    return Execute(handle, CYxStringW::Format(L"UPDATE %s SET %s=ifnull((SELECT %s.%s FROM %s WHERE %s.%s=%s), %s) "
+    return Execute(conn, CYxStringW::Format(L"UPDATE %s SET %s=ifnull((SELECT %s.%s FROM %s WHERE %s.%s=%s), %s) "
                                               L"WHERE %s=%I64d;",
                                               kLoop.wszName, L"iJobtaskKeyRef", m, L"iValue", m, m, L"iKey",
                                               L"iJobtaskKeyRef", L"iJobtaskKeyRef", L"iJobrunKeyRef", jobrunKey));

@@ -6,8 +6,8 @@
 
 namespace yxrec {
 
-int ReadStrings(YxProjectDbHandle handle, const wchar_t* sql, std::vector<CYxStringW>& out, bool unique) {
-    sqlite3* db = Db(handle);
+int ReadStrings(const Conn& c, const wchar_t* sql, std::vector<CYxStringW>& out, bool unique) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     // The values already out, for an exact (case-sensitive) test in constant
     // time; the output keeps the order in which values first came.
@@ -24,8 +24,8 @@ int ReadStrings(YxProjectDbHandle handle, const wchar_t* sql, std::vector<CYxStr
     return cmd.Result();
 }
 
-int ReadKeys(YxProjectDbHandle handle, const wchar_t* sql, std::vector<std::int64_t>& out) {
-    sqlite3* db = Db(handle);
+int ReadKeys(const Conn& c, const wchar_t* sql, std::vector<std::int64_t>& out) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd cmd(db, sql);
     while (cmd.Next()) {
@@ -36,9 +36,9 @@ int ReadKeys(YxProjectDbHandle handle, const wchar_t* sql, std::vector<std::int6
     return cmd.Result();
 }
 
-std::int64_t ReadInt64(YxProjectDbHandle handle, const wchar_t* sql, int* status, bool* found) {
+std::int64_t ReadInt64(const Conn& c, const wchar_t* sql, int* status, bool* found) {
     if (found) *found = false;
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) {
         if (status) *status = YXPDB_E_NOCONNECTION;
         return 0;
@@ -53,42 +53,42 @@ std::int64_t ReadInt64(YxProjectDbHandle handle, const wchar_t* sql, int* status
     return cmd.Result() == 0 ? value : 0;
 }
 
-int Execute(YxProjectDbHandle handle, const wchar_t* sql) {
-    sqlite3* db = Db(handle);
+int Execute(const Conn& c, const wchar_t* sql) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     return YxSqlite_ExecuteSingle(db, sql);
 }
 
-int ExecuteScript(YxProjectDbHandle handle, const wchar_t* script) {
-    sqlite3* db = Db(handle);
+int ExecuteScript(const Conn& c, const wchar_t* script) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     return YxSqlite_Execute(db, script);
 }
 
-bool HasRow(YxProjectDbHandle handle, const wchar_t* sql, int* status) {
+bool HasRow(const Conn& c, const wchar_t* sql, int* status) {
     bool found = false;
-    ReadInt64(handle, sql, status, &found);
+    ReadInt64(c, sql, status, &found);
     return found;
 }
 
-int DeleteKey(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::int64_t key) {
-    sqlite3* db = Db(handle);
+int DeleteKey(const Conn& c, const SYxSqliteTableDef& def, std::int64_t key) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
-    CYxSqliteDelete del(db, def);
+    CYxSqliteDelete del(c.Stmts(), def);
     del.Row(key);
     return del.Result();
 }
 
-int DeleteByParent(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* column, std::int64_t key) {
-    sqlite3* db = Db(handle);
+int DeleteByParent(const Conn& c, const SYxSqliteTableDef& def, const wchar_t* column, std::int64_t key) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     if (const int rc = YxSqlite_CheckColumn(def, column)) return rc;
     return YxSqlite_ExecuteSingle(
         db, CYxStringW::Format(L"DELETE FROM %s WHERE %s.%s=%I64d;", def.wszName, def.wszName, column, key));
 }
 
-int DeleteManyByUuid(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const std::vector<CYxStringW>* uuids) {
-    sqlite3* db = Db(handle);
+int DeleteManyByUuid(const Conn& c, const SYxSqliteTableDef& def, const std::vector<CYxStringW>* uuids) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     if (!uuids || uuids->empty()) return 0;
     CYxStringW list;
@@ -98,9 +98,9 @@ int DeleteManyByUuid(YxProjectDbHandle handle, const SYxSqliteTableDef& def, con
                                                    L"wszUuid", list));
 }
 
-bool IsNameUnique(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* nameColumn,
+bool IsNameUnique(const Conn& c, const SYxSqliteTableDef& def, const wchar_t* nameColumn,
                   const wchar_t* name, CYxStringW& uniqueName, bool distinct) {
-    if (!Db(handle)) return true;
+    if (!c) return true;
     const CYxStringW prefix = YxProjectDb_Sys_GetNamePrefix(name ? name : L"", false);
     const wchar_t* t = def.wszName;
     CYxStringW sql;
@@ -108,13 +108,13 @@ bool IsNameUnique(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const 
     if (YxSqlite_Format(sql, distinct ? L"SELECT DISTINCT %s.%s FROM %s WHERE %s.%s LIKE '%s%%'"
                                       : L"SELECT %s.%s FROM %s WHERE %s.%s LIKE '%s%%'",
                         t, nameColumn, t, t, nameColumn, prefix) == 0)
-        ReadStrings(handle, sql, names, false);
+        ReadStrings(c, sql, names, false);
     return YxProjectDb_Sys_IsNameUnique(name ? name : L"", names, uniqueName, true, false);
 }
 
-std::int64_t GetLatestJobrun(YxProjectDbHandle handle, std::int64_t jobdefKey, std::int64_t mask,
+std::int64_t GetLatestJobrun(const Conn& c, std::int64_t jobdefKey, std::int64_t mask,
                              std::int64_t value) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) return 0;
     CYxStringW sql = CYxStringW::Format(L"SELECT %s.%s FROM %s WHERE %s.%s=%I64d", L"jobrun", L"iKey", L"jobrun",
                                         L"jobrun", L"iJobdefKeyRef", jobdefKey);
@@ -125,9 +125,9 @@ std::int64_t GetLatestJobrun(YxProjectDbHandle handle, std::int64_t jobdefKey, s
     return error == 0 ? key : 0;
 }
 
-int GetAllUuuids(YxProjectDbHandle handle, const SYxSqliteTableDef& child, const SYxSqliteTableDef& parent,
+int GetAllUuuids(const Conn& conn, const SYxSqliteTableDef& child, const SYxSqliteTableDef& parent,
                  const wchar_t* refColumn, const wchar_t* parentUuid, std::vector<CYxStringW>& out) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* c = child.wszName;
     const wchar_t* p = parent.wszName;
     CYxStringW sql;
@@ -136,7 +136,7 @@ int GetAllUuuids(YxProjectDbHandle handle, const SYxSqliteTableDef& child, const
             c, L"wszUuid", c, p, p, L"iKey", c, refColumn, p, L"wszUuid", parentUuid ? parentUuid : L"", c,
             L"wszName"))
         return rc;
-    return ReadStrings(handle, sql, out, true);
+    return ReadStrings(conn, sql, out, true);
 }
 
 }  // namespace yxrec

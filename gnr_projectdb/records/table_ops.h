@@ -4,10 +4,17 @@
 // builds its exported functions from these templates instead of repeating
 // the statements per table. Internal header: not installed, not exported.
 //
-// Common frame. Every operation that takes a handle resolves it first with
-// CYxProjectDbConnectionManager::GetConnection. Without a connection it
-// returns at once: -9 for status operations, 0 for key and count results,
-// true for IsNameUnique, and touches none of its out-arguments.
+// Common frame. Every operation takes the connection (Conn): a handle
+// passed in its place is resolved once, with
+// CYxProjectDbConnectionManager::GetConnection, when the call begins; a
+// family function that resolves the handle itself passes the Conn on, so a
+// call looks its handle up once. Without a connection an operation returns
+// at once: -9 for status operations, 0 for key and count results, true for
+// IsNameUnique, and touches none of its out-arguments.
+//
+// Statements that run alike on every call (by key, by key columns, inserts,
+// updates and deletes) come from the connection's statement cache, with
+// keys and values bound.
 //
 // Statuses: 0 on success, -9 without connection, otherwise the first SQLite
 // result code of the statement (CYxSqliteCmd::Result()).
@@ -49,6 +56,7 @@
 #include "gnr_projectdb/sqlsupport/yxsqlite_cmd.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_stmtcache.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_transaction.h"
 #include "gnr_projectdb/sys.h"
 
@@ -64,6 +72,21 @@
 namespace yxrec {
 
 // ---------------------------------------------------------------- frame
+
+// The connection that an operation works on: resolved from a handle once
+// (implicitly, so that every operation also takes a handle), then passed on.
+class Conn {
+public:
+    Conn(YxProjectDbHandle handle) : m_conn(CYxProjectDbConnectionManager::GetConnection(handle)) {}
+    explicit operator bool() const { return !m_conn.IsNull(); }
+    operator sqlite3*() const { return m_conn.Get(); }
+    sqlite3* Db() const { return m_conn.Get(); }
+    // The statement cache; only for a connection that is there.
+    CYxSqliteStmtCache& Stmts() const { return *m_conn.Statements(); }
+
+private:
+    CYxProjectDbConnection m_conn;
+};
 
 // The connection of a handle, or null.
 inline sqlite3* Db(YxProjectDbHandle handle) { return CYxProjectDbConnectionManager::GetConnection(handle).Get(); }
@@ -149,6 +172,13 @@ void BindFieldsAt(CYxSqliteCmd& cmd, const Row& row, const std::vector<int>& col
     });
 }
 
+// The null-value list of the record's table, made once.
+template <class Row>
+const CYxSqliteNullValueVector& NullsOf() {
+    static const CYxSqliteNullValueVector nulls = YxSqliteNullValueVector_Create(Row::Def());
+    return nulls;
+}
+
 // The key field of a record (the first column).
 template <class Row>
 std::int64_t& KeyOf(Row& row) { return row.iKey; }
@@ -157,18 +187,29 @@ std::int64_t& KeyOf(Row& row) { return row.iKey; }
 
 // One row by primary key. Not found: 0, record untouched.
 template <class Row>
-int GetOne(YxProjectDbHandle handle, std::int64_t key, Row& row) {
-    sqlite3* db = Db(handle);
-    if (!db) return YXPDB_E_NOCONNECTION;
-    CYxSqliteSelect sel(db, Row::Def(), key);
+int GetOne(const Conn& c, std::int64_t key, Row& row) {
+    if (!c) return YXPDB_E_NOCONNECTION;
+    CYxSqliteSelect sel(c.Stmts(), Row::Def(), key);
+    if (sel.Next()) ReadRow(sel, row);
+    return sel.Result();
+}
+
+// The first row whose listed columns equal the values (bound, in list
+// order), with an optional tail of library text ("ORDER BY ..."). Not found:
+// 0, record untouched.
+template <class Row, class... V>
+int GetOneByColumns(const Conn& c, Row& row, const std::vector<const wchar_t*>& columns, const V&... values) {
+    if (!c) return YXPDB_E_NOCONNECTION;
+    CYxSqliteSelect sel(c.Stmts(), Row::Def(), eYxSelectByColumns, columns, nullptr);
+    sel.BindAll(values...);
     if (sel.Next()) ReadRow(sel, row);
     return sel.Result();
 }
 
 // The first row of "WHERE <where> <tail>". Not found: 0, record untouched.
 template <class Row>
-int GetOneWhere(YxProjectDbHandle handle, const wchar_t* where, Row& row, const wchar_t* tail = nullptr) {
-    sqlite3* db = Db(handle);
+int GetOneWhere(const Conn& c, const wchar_t* where, Row& row, const wchar_t* tail = nullptr) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, Row::Def(), where, tail);
     if (sel.Next()) ReadRow(sel, row);
@@ -178,35 +219,35 @@ int GetOneWhere(YxProjectDbHandle handle, const wchar_t* where, Row& row, const 
 // The first row whose text column equals the text: "%s='%s'". A text
 // holding a quote: SQLITE_ERROR, no statement.
 template <class Row>
-int GetOneByText(YxProjectDbHandle handle, const wchar_t* column, const wchar_t* text, Row& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+int GetOneByText(const Conn& c, const wchar_t* column, const wchar_t* text, Row& row) {
+    if (!c) return YXPDB_E_NOCONNECTION;
     CYxStringW where;
     if (const int rc = YxSqlite_Format(where, L"%s='%s'", column, text ? text : L"")) return rc;
-    return GetOneWhere(handle, where, row);
+    return GetOneWhere(c, where, row);
 }
 
 template <class Row>
-int GetOneByUuid(YxProjectDbHandle handle, const wchar_t* uuid, Row& row) {
-    return GetOneByText(handle, L"wszUuid", uuid, row);
+int GetOneByUuid(const Conn& c, const wchar_t* uuid, Row& row) {
+    return GetOneByText(c, L"wszUuid", uuid, row);
 }
 
 // GetOneWhere over a condition built by YxSqlite_Format: a text that the
 // format puts between quotes and that holds a quote fails with SQLITE_ERROR
 // before any statement runs.
 template <class Row, class... A>
-int GetOneFormatted(YxProjectDbHandle handle, Row& row, const wchar_t* format, const A&... args) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+int GetOneFormatted(const Conn& c, Row& row, const wchar_t* format, const A&... args) {
+    if (!c) return YXPDB_E_NOCONNECTION;
     CYxStringW where;
     if (const int rc = YxSqlite_Format(where, format, args...)) return rc;
-    return GetOneWhere(handle, where, row);
+    return GetOneWhere(c, where, row);
 }
 
 // Appends every row of "WHERE <where> <tail>" (no condition when where is
 // null or empty).
 template <class Row>
-int GetManyWhere(YxProjectDbHandle handle, const wchar_t* where, std::vector<Row>& rows,
+int GetManyWhere(const Conn& c, const wchar_t* where, std::vector<Row>& rows,
                  const wchar_t* tail = nullptr, bool distinct = false) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteSelect sel(db, Row::Def(), where, tail, distinct);
     while (sel.Next()) {
@@ -220,42 +261,42 @@ int GetManyWhere(YxProjectDbHandle handle, const wchar_t* where, std::vector<Row
 // GetManyWhere over a condition built by YxSqlite_Format (see
 // GetOneFormatted).
 template <class Row, class... A>
-int GetManyFormatted(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* format, const A&... args) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+int GetManyFormatted(const Conn& c, std::vector<Row>& rows, const wchar_t* format, const A&... args) {
+    if (!c) return YXPDB_E_NOCONNECTION;
     CYxStringW where;
     if (const int rc = YxSqlite_Format(where, format, args...)) return rc;
-    return GetManyWhere(handle, where, rows);
+    return GetManyWhere(c, where, rows);
 }
 
 // Appends the rows whose column equals the key: "%s=%I64d".
 template <class Row>
-int GetMany(YxProjectDbHandle handle, const wchar_t* column, std::int64_t key, std::vector<Row>& rows,
+int GetMany(const Conn& c, const wchar_t* column, std::int64_t key, std::vector<Row>& rows,
             const wchar_t* tail = nullptr) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s=%I64d", column, key), rows, tail);
+    if (!c) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(c, CYxStringW::Format(L"%s=%I64d", column, key), rows, tail);
 }
 
 template <class Row>
-int GetAll(YxProjectDbHandle handle, std::vector<Row>& rows) {
-    return GetManyWhere(handle, nullptr, rows);
+int GetAll(const Conn& c, std::vector<Row>& rows) {
+    return GetManyWhere(c, nullptr, rows);
 }
 
 // Runs a query and appends its first column of every row. With unique set a
 // value already in the output is not appended again (exact comparison).
-int ReadStrings(YxProjectDbHandle handle, const wchar_t* sql, std::vector<CYxStringW>& out, bool unique);
-int ReadKeys(YxProjectDbHandle handle, const wchar_t* sql, std::vector<std::int64_t>& out);
+int ReadStrings(const Conn& c, const wchar_t* sql, std::vector<CYxStringW>& out, bool unique);
+int ReadKeys(const Conn& c, const wchar_t* sql, std::vector<std::int64_t>& out);
 // First column of the first row as a 64-bit integer; 0 when no row, on
 // failure or without connection. *status receives -9, the failure code, or 0
 // (also when no row came back); *found whether a row came back.
-std::int64_t ReadInt64(YxProjectDbHandle handle, const wchar_t* sql, int* status = nullptr,
+std::int64_t ReadInt64(const Conn& c, const wchar_t* sql, int* status = nullptr,
                                bool* found = nullptr);
 // Runs exactly one statement (YxSqlite_ExecuteSingle): -9 or its status.
-int Execute(YxProjectDbHandle handle, const wchar_t* sql);
+int Execute(const Conn& c, const wchar_t* sql);
 // Runs a script that the library wrote itself, statement by statement
 // (YxSqlite_Execute): -9 or the first failure. Never for caller text.
-int ExecuteScript(YxProjectDbHandle handle, const wchar_t* script);
+int ExecuteScript(const Conn& c, const wchar_t* script);
 // Whether a query yields a row; false without connection or on failure.
-bool HasRow(YxProjectDbHandle handle, const wchar_t* sql, int* status = nullptr);
+bool HasRow(const Conn& c, const wchar_t* sql, int* status = nullptr);
 
 // ---------------------------------------------------------------- inserting
 
@@ -263,9 +304,9 @@ bool HasRow(YxProjectDbHandle handle, const wchar_t* sql, int* status = nullptr)
 // asked, writes the stamped values and the new key back into the record, and
 // the new key (0 on failure) into *key when given.
 template <class Row>
-int Insert(YxProjectDbHandle handle, Row& row, std::int64_t* key = nullptr, const wchar_t* clause = nullptr,
+int Insert(const Conn& c, Row& row, std::int64_t* key = nullptr, const wchar_t* clause = nullptr,
            unsigned stamp = eStampAll) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) {
         if (key) *key = 0;
         return YXPDB_E_NOCONNECTION;
@@ -274,8 +315,8 @@ int Insert(YxProjectDbHandle handle, Row& row, std::int64_t* key = nullptr, cons
     const CYxStringW uuid = (stamp & eStampUuid) ? YxProjectDb_Sys_UuidAsText() : CYxStringW();
     Stamp(row, stamp, now, uuid);
     const SYxSqliteTableDef& def = Row::Def();
-    CYxSqliteInsert ins(db, def, clause);
-    BindInsertRow(ins, row, YxSqliteNullValueVector_Create(def));
+    CYxSqliteInsert ins(c.Stmts(), def, clause);
+    BindInsertRow(ins, row, NullsOf<Row>());
     const std::int64_t newKey = ins.Execute();
     const int rc = ins.Result();
     KeyOf(row) = rc == 0 ? newKey : 0;
@@ -286,14 +327,14 @@ int Insert(YxProjectDbHandle handle, Row& row, std::int64_t* key = nullptr, cons
 // One insert of explicit columns with their values in order (key out 0 on
 // failure). References are not nulled here; pass nullptr for NULL.
 template <class... V>
-int InsertValues(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::initializer_list<const wchar_t*> cols,
+int InsertValues(const Conn& c, const SYxSqliteTableDef& def, std::initializer_list<const wchar_t*> cols,
                  std::int64_t* key, const wchar_t* clause, const V&... values) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) {
         if (key) *key = 0;
         return YXPDB_E_NOCONNECTION;
     }
-    CYxSqliteInsert ins(db, def, std::vector<const wchar_t*>(cols), clause);
+    CYxSqliteInsert ins(c.Stmts(), def, std::vector<const wchar_t*>(cols), clause);
     const std::int64_t newKey = ins.Row(values...);
     const int rc = ins.Result();
     if (key) *key = rc == 0 ? newKey : 0;
@@ -329,14 +370,13 @@ inline bool IsRowError(int rc) {
 // Keys: each element's iKey is its new key (0 where its row failed or was
 // ignored); after a pass that was rolled back every iKey is 0.
 template <class Row>
-int InsertMany(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* clause = nullptr,
+int InsertMany(const Conn& c, std::vector<Row>& rows, const wchar_t* clause = nullptr,
                unsigned stamp = eStampNone, const CYxSqliteNullValueVector* nulls = nullptr) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     if (rows.empty()) return 0;
     const SYxSqliteTableDef& def = Row::Def();
-    const CYxSqliteNullValueVector defaultNulls = YxSqliteNullValueVector_Create(def);
-    const CYxSqliteNullValueVector& nv = nulls ? *nulls : defaultNulls;
+    const CYxSqliteNullValueVector& nv = nulls ? *nulls : NullsOf<Row>();
     if (stamp != eStampNone) {
         const double now = YxProjectDb_Sys_JdnNow();
         for (Row& row : rows) Stamp(row, stamp, now, (stamp & eStampUuid) ? YxProjectDb_Sys_UuidAsText() : CYxStringW());
@@ -349,7 +389,7 @@ int InsertMany(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* 
         int passStatus = 0; // a failure that ends the pass
         bool restart = false;
         {
-            CYxSqliteInsert ins(db, def, clause);
+            CYxSqliteInsert ins(c.Stmts(), def, clause);
             ins.IgnoreBusyError();  // busy answers are handled here
             passStatus = ins.Result();
             for (std::size_t i = 0; passStatus == 0 && i < rows.size(); ++i) {
@@ -398,14 +438,14 @@ int InsertMany(YxProjectDbHandle handle, std::vector<Row>& rows, const wchar_t* 
 // (references of 0 as NULL). dMTime is stamped with now when asked and the
 // table has it.
 template <class Row>
-int Update(YxProjectDbHandle handle, Row& row, unsigned stamp = eStampMTime) {
-    sqlite3* db = Db(handle);
+int Update(const Conn& c, Row& row, unsigned stamp = eStampMTime) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     stamp &= eStampMTime;
     if (stamp) Stamp(row, stamp, YxProjectDb_Sys_JdnNow(), CYxStringW());
     const SYxSqliteTableDef& def = Row::Def();
-    CYxSqliteUpdate upd(db, def);
-    const CYxSqliteNullValueVector nulls = YxSqliteNullValueVector_Create(def);
+    CYxSqliteUpdate upd(c.Stmts(), def);
+    const CYxSqliteNullValueVector& nulls = NullsOf<Row>();
     int pos = 1;
     int i = 0;
     row.VisitFields([&](const auto& field) {
@@ -422,11 +462,11 @@ int Update(YxProjectDbHandle handle, Row& row, unsigned stamp = eStampMTime) {
 
 // UPDATE of the listed columns of the row with the key, values bound in order.
 template <class... V>
-int UpdateValues(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::int64_t key,
+int UpdateValues(const Conn& c, const SYxSqliteTableDef& def, std::int64_t key,
                  std::initializer_list<const wchar_t*> cols, const V&... values) {
-    sqlite3* db = Db(handle);
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
-    CYxSqliteUpdate upd(db, def, std::vector<const wchar_t*>(cols));
+    CYxSqliteUpdate upd(c.Stmts(), def, std::vector<const wchar_t*>(cols));
     upd.Row(key, values...);
     return upd.Result();
 }
@@ -434,28 +474,28 @@ int UpdateValues(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::in
 // ---------------------------------------------------------------- deleting
 
 // Deletes the row with the primary key.
-int DeleteKey(YxProjectDbHandle handle, const SYxSqliteTableDef& def, std::int64_t key);
+int DeleteKey(const Conn& c, const SYxSqliteTableDef& def, std::int64_t key);
 // "DELETE FROM %s WHERE %s.%s=%I64d;" as one statement. A column that is not
 // one of the table's: SQLITE_ERROR, no statement.
-int DeleteByParent(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* column,
+int DeleteByParent(const Conn& c, const SYxSqliteTableDef& def, const wchar_t* column,
                            std::int64_t key);
 // "DELETE FROM %s WHERE %s IN ('kvuli_carce' , '<uuid>', ...)" on wszUuid. Null
 // or empty list: 0 without a statement. A uuid holding a quote: SQLITE_ERROR,
 // no statement.
-int DeleteManyByUuid(YxProjectDbHandle handle, const SYxSqliteTableDef& def,
+int DeleteManyByUuid(const Conn& c, const SYxSqliteTableDef& def,
                              const std::vector<CYxStringW>* uuids);
 
 template <class Row>
-int Delete(YxProjectDbHandle handle, std::int64_t key) {
-    return DeleteKey(handle, Row::Def(), key);
+int Delete(const Conn& c, std::int64_t key) {
+    return DeleteKey(c, Row::Def(), key);
 }
 
 // Deletes by the natural-key columns of every record: one prepared delete
 // inside one CYxSqliteTransaction(db, true, 30); wholly or (on any failure)
 // not at all. Empty: 0.
 template <class Row>
-int RemoveMany(YxProjectDbHandle handle, const std::vector<Row>& rows, std::initializer_list<const wchar_t*> keyCols) {
-    sqlite3* db = Db(handle);
+int RemoveMany(const Conn& c, const std::vector<Row>& rows, std::initializer_list<const wchar_t*> keyCols) {
+    sqlite3* db = c.Db();
     if (!db) return YXPDB_E_NOCONNECTION;
     if (rows.empty()) return 0;
     const SYxSqliteTableDef& def = Row::Def();
@@ -464,7 +504,7 @@ int RemoveMany(YxProjectDbHandle handle, const std::vector<Row>& rows, std::init
     CYxSqliteTransaction tr(db, true, 30);
     int rc;
     {
-        CYxSqliteDelete del(db, def, std::vector<const wchar_t*>(keyCols));
+        CYxSqliteDelete del(c.Stmts(), def, std::vector<const wchar_t*>(keyCols));
         for (const Row& row : rows) {
             if (del.Result() != 0) break;
             BindFieldsAt(del, row, idx);
@@ -480,18 +520,18 @@ int RemoveMany(YxProjectDbHandle handle, const std::vector<Row>& rows, std::init
 // "SELECT [DISTINCT] %s.%s FROM %s WHERE %s.%s LIKE '<prefix>%'" on the name
 // column, then YxProjectDb_Sys_IsNameUnique(name, names, unique, true, false).
 // True without connection. A prefix holding a quote reads no names.
-bool IsNameUnique(YxProjectDbHandle handle, const SYxSqliteTableDef& def, const wchar_t* nameColumn,
+bool IsNameUnique(const Conn& c, const SYxSqliteTableDef& def, const wchar_t* nameColumn,
                           const wchar_t* name, CYxStringW& uniqueName, bool distinct);
 
 // The latest run of a definition: the key of its last created jobrun (flags
 // filtered when mask is non-zero); 0 when none or without connection.
-std::int64_t GetLatestJobrun(YxProjectDbHandle handle, std::int64_t jobdefKey, std::int64_t mask,
+std::int64_t GetLatestJobrun(const Conn& c, std::int64_t jobdefKey, std::int64_t mask,
                                      std::int64_t value);
 
 // Reads the row by uuid in A and, when found there, in B. Any failure: -9.
 // Not in A: flag false, 0. Otherwise the flag tells whether B has it.
 template <class Row>
-int ExistsInBothDbs(YxProjectDbHandle a, YxProjectDbHandle b, const wchar_t* uuid, bool& flag) {
+int ExistsInBothDbs(const Conn& a, const Conn& b, const wchar_t* uuid, bool& flag) {
     Row ra{};
     if (GetOneByUuid(a, uuid, ra) != 0) return YXPDB_E_NOCONNECTION;
     if (ra.iKey == 0) {
@@ -509,7 +549,7 @@ int ExistsInBothDbs(YxProjectDbHandle a, YxProjectDbHandle b, const wchar_t* uui
 // "SELECT %s.%s  FROM %s JOIN %s ON %s.%s = %s.%s WHERE %s.%s='%s' ORDER BY %s.%s COLLATE NOCASE asc"
 // Each value not yet in the output is appended. A uuid holding a quote:
 // SQLITE_ERROR, no statement.
-int GetAllUuuids(YxProjectDbHandle handle, const SYxSqliteTableDef& child, const SYxSqliteTableDef& parent,
+int GetAllUuuids(const Conn& c, const SYxSqliteTableDef& child, const SYxSqliteTableDef& parent,
                          const wchar_t* refColumn, const wchar_t* parentUuid, std::vector<CYxStringW>& out);
 
 }  // namespace yxrec

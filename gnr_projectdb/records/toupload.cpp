@@ -12,7 +12,8 @@ const wchar_t* Text(const wchar_t* s) { return s ? s : L""; }
 
 int YxProjectDb_toupload_SaveRequest(YxProjectDbHandle handle, const wchar_t* tableName, const wchar_t* uuidRef,
                                      const wchar_t* cloudUrl, const SYxProjectDbRow_jobuser& user) {
-    sqlite3* db = Db(handle);
+    const Conn conn(handle);
+    sqlite3* db = conn;
     if (!db) return YXPDB_E_NOCONNECTION;
     CYxSqliteCmd ins(db, CYxStringW::Format(L"INSERT INTO %s (%s, %s, %s, %s, %s) VALUES (?, ?, ?, ?, ?);",
                                             kUp.wszName, L"wszUuidRef", L"wszTablename", L"iUserKeyRef",
@@ -29,15 +30,16 @@ int YxProjectDb_toupload_SaveRequest(YxProjectDbHandle handle, const wchar_t* ta
 }
 
 int YxProjectDb_toupload_ChangeStatus(YxProjectDbHandle handle, std::int64_t jobrunKey, const wchar_t* runState) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     SYxProjectDbRow_jobrun run;
-    int rc = GetOne(handle, jobrunKey, run);
+    int rc = GetOne(conn, jobrunKey, run);
     if (rc != 0) return rc;
     SYxProjectDbRow_jobdef def;
-    rc = GetOne(handle, run.iJobdefKeyRef, def);
+    rc = GetOne(conn, run.iJobdefKeyRef, def);
     if (rc != 0) return rc;
     SYxProjectDbRow_project proj;
-    rc = GetOne(handle, def.iProjKeyRef, proj);
+    rc = GetOne(conn, def.iProjKeyRef, proj);
     if (rc != 0) return rc;
     // The uuids come from the file: they pass the same guard as the caller's
     // state text.
@@ -49,18 +51,20 @@ int YxProjectDb_toupload_ChangeStatus(YxProjectDbHandle handle, std::int64_t job
                          run.wszUuid, L"wszTablename", L"jobdef", L"wszUuidRef", def.wszUuid, L"wszTablename",
                          L"project", L"wszUuidRef", proj.wszUuid);
     if (rc != 0) return rc;
-    return Execute(handle, sql);
+    return Execute(conn, sql);
 }
 
 int YxProjectDb_toupload_GetMany(YxProjectDbHandle handle, std::int64_t userKey,
                                  std::vector<SYxProjectDbRow_toupload>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L" %s=%I64d", L"iUserKeyRef", userKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L" %s=%I64d", L"iUserKeyRef", userKey), rows);
 }
 
 int YxProjectDb_toupload_GetOne(YxProjectDbHandle handle, const wchar_t* uuidRef, std::int64_t userKey,
                                 SYxProjectDbRow_toupload& row) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetOneFormatted(handle, row, L" %s='%s' AND %s=%I64d", L"wszUuidRef", Text(uuidRef), L"iUserKeyRef",
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetOneFormatted(conn, row, L" %s='%s' AND %s=%I64d", L"wszUuidRef", Text(uuidRef), L"iUserKeyRef",
                                           userKey);
 }

@@ -25,19 +25,21 @@ int YxProjectDb_Trace_InsertMany(YxProjectDbHandle handle, std::list<SYxProjectD
 }
 
 int YxProjectDb_Trace_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey, std::list<SYxProjectDbRow_trace>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     std::vector<SYxProjectDbRow_trace> read;
-    const int rc = GetManyWhere(handle, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), read);
+    const int rc = GetManyWhere(conn, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), read);
     rows.insert(rows.end(), read.begin(), read.end());
     return rc;
 }
 
 int YxProjectDb_Trace_GetIKey(YxProjectDbHandle handle, std::int64_t jobrunKey, std::int64_t assayrunKey,
                               std::int32_t traceId, std::int64_t& key) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
     const wchar_t* t = kTrace.wszName;
     int rc = 0;
-    key = ReadInt64(handle,
+    key = ReadInt64(conn,
                     CYxStringW::Format(L"SELECT %s.%s FROM %s WHERE %s.%s=%I64d AND  %s.%s=%I64d AND %s.%s=%I64d", t,
                                        L"iKey", t, t, L"iJobrunKeyRef", jobrunKey, t, L"iAssayrunKeyRef", assayrunKey,
                                        t, L"iTraceId", static_cast<std::int64_t>(traceId)),

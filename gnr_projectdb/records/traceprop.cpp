@@ -22,8 +22,9 @@ int YxProjectDb_Traceprop_InsertMany(YxProjectDbHandle handle, std::vector<SYxPr
 
 int YxProjectDb_Traceprop_GetMany(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                   std::vector<SYxProjectDbRow_traceprop>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s.%s=%I64d", kProp.wszName, L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s.%s=%I64d", kProp.wszName, L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Traceprop_RemoveMany(YxProjectDbHandle handle, const std::vector<SYxProjectDbRow_traceprop>& rows) {

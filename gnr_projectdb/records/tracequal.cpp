@@ -15,8 +15,9 @@ int YxProjectDb_Tracequal_InsertOrReplaceMany(YxProjectDbHandle handle, std::vec
 
 int YxProjectDb_Tracequal_GetManyReferencingJobrun(YxProjectDbHandle handle, std::int64_t jobrunKey,
                                                    std::vector<SYxProjectDbRow_tracequal>& rows) {
-    if (!Db(handle)) return YXPDB_E_NOCONNECTION;
-    return GetManyWhere(handle, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), rows);
+    const Conn conn(handle);
+    if (!conn) return YXPDB_E_NOCONNECTION;
+    return GetManyWhere(conn, CYxStringW::Format(L"%s=%I64d", L"iJobrunKeyRef", jobrunKey), rows);
 }
 
 int YxProjectDb_Tracequal_RemoveMany(YxProjectDbHandle handle, const std::vector<SYxProjectDbRow_tracequal>& rows) {

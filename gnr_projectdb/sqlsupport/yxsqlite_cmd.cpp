@@ -3,6 +3,7 @@
 #include "framework/yxdiag.h"
 #include "framework/yxutf8.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_guard.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_stmtcache.h"
 
 #include <sqlite3.h>
 
@@ -15,10 +16,80 @@ CYxSqliteCmd::CYxSqliteCmd() = default;
 
 CYxSqliteCmd::CYxSqliteCmd(sqlite3* db, const wchar_t* sql) { Prepare(db, sql); }
 
-CYxSqliteCmd::~CYxSqliteCmd() = default;
+CYxSqliteCmd::CYxSqliteCmd(CYxSqliteStmtCache& cache, const wchar_t* sql) {
+    std::string key(1, 'T');
+    YxUtf8AppendWide(key, sql ? sql : L"", sql ? std::wcslen(sql) : 0);
+    if (!TakeCached(cache, key)) PrepareForCache(cache, key, sql);
+}
+
+CYxSqliteCmd::~CYxSqliteCmd() { DropStmt(); }
+
+namespace {
+// Failures after which a cached statement is still good: the database was
+// busy, or the values of the run were refused, or it was interrupted. Any
+// other failure (a schema change that made the statement invalid, an I/O
+// error) takes the statement out of the cache.
+bool KeepsStatement(int step) {
+    switch (step & 0xFF) {
+    case 0:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_INTERRUPT:
+    case SQLITE_MISMATCH:
+    case SQLITE_TOOBIG:
+        return true;
+    default:
+        return false;
+    }
+}
+}  // namespace
+
+void CYxSqliteCmd::DropStmt() noexcept {
+    if (m_cache) {
+        m_cache->Release(m_stmt.release(), !KeepsStatement(m_lastStep));
+        m_cache = nullptr;
+    }
+    m_stmt.reset();
+}
+
+bool CYxSqliteCmd::TakeCached(CYxSqliteStmtCache& cache, std::string_view key) {
+    DropStmt();
+    m_db = cache.Db();
+    m_lastStep = 0;
+    sqlite3_stmt* stmt = cache.Take(key);
+    if (!stmt) return false;
+    m_stmt.reset(stmt);
+    m_cache = &cache;
+    return true;
+}
+
+int CYxSqliteCmd::PrepareForCache(CYxSqliteStmtCache& cache, std::string_view key, const wchar_t* sql) {
+    DropStmt();
+    m_db = cache.Db();
+    m_lastStep = 0;
+    if (!m_db) {
+        Fail(SQLITE_MISUSE, "prepare without connection");
+        return SQLITE_MISUSE;
+    }
+    const std::string text = YxUtf8FromWide(std::wstring_view(sql ? sql : L""));
+    sqlite3_stmt* stmt = nullptr;
+    bool cached = false;
+    const int rc = cache.Prepare(key, text, &stmt, &cached);
+    if (rc != SQLITE_OK) {
+        m_lastStep = rc;
+        Fail(rc, text.c_str());
+        return rc;
+    }
+    m_stmt.reset(stmt);
+    if (cached) m_cache = &cache;
+    return SQLITE_OK;
+}
 
 int CYxSqliteCmd::Prepare(sqlite3* db, const wchar_t* sql) {
-    m_stmt.reset();
+    DropStmt();
     m_db = db;
     m_lastStep = 0;
     if (!db) {

@@ -1,9 +1,15 @@
 // Statement objects over the SQLite C API.
 //
-// CYxSqliteCmd owns one prepared statement (released by its destructor, which
-// never throws). The typed commands below build their SQL text from a table
+// CYxSqliteCmd holds one prepared statement: its own (finalized by its
+// destructor, which never throws) or one lent by the connection's statement
+// cache (CYxSqliteStmtCache; handed back by the destructor, reset and cleared
+// of bindings). The typed commands below build their SQL text from a table
 // definition: select, insert (plain or inside a transaction of its own),
-// update by key, and delete by key or by columns.
+// update by key, and delete by key or by columns. Keys and values are bound,
+// so one statement serves every key; the constructors that take a cache build
+// the text only when the cache has no statement for the table, kind and
+// columns yet. Those constructors need table definitions that live as long as
+// the process (the schema's constants): the cache knows them by address.
 //
 // Error model: the first failure of a command is kept and returned by
 // Result(); it is reported once through OnError(). A busy or locked database
@@ -21,16 +27,20 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
+class CYxSqliteStmtCache;
 
 class GNR_API CYxSqliteCmd {
 public:
     CYxSqliteCmd();
     CYxSqliteCmd(sqlite3* db, const wchar_t* sql);
+    // A statement of the cache, found by its text (prepared on first use).
+    CYxSqliteCmd(CYxSqliteStmtCache& cache, const wchar_t* sql);
     virtual ~CYxSqliteCmd();
     CYxSqliteCmd(const CYxSqliteCmd&) = delete;
     CYxSqliteCmd& operator=(const CYxSqliteCmd&) = delete;
@@ -41,6 +51,8 @@ public:
     // comments and semicolons fails with SQLITE_ERROR and nothing is prepared.
     int Prepare(sqlite3* db, const wchar_t* sql);
     bool IsPrepared() const { return m_stmt != nullptr; }
+    // True when the statement is lent by a statement cache.
+    bool IsCached() const { return m_cache != nullptr; }
 
     // Binding by position, from 1. Bind(pos) binds NULL.
     void Bind(int pos);
@@ -59,6 +71,9 @@ public:
     void BindInt64(int pos, std::int64_t value);
     // Binds UTF-8 text as it is (no conversion).
     void BindUtf8(int pos, const char* text, int size);
+    // Binds the values from position 1 on, in order.
+    template <class... V>
+    void BindAll(const V&... values);
 
     // Steps. True when a row is available; false at the end or on error.
     // At the end of an INSERT the new row id goes to *rowid when given.
@@ -100,6 +115,17 @@ public:
     sqlite3_stmt* GetStmt() const { return m_stmt.get(); }
 
 protected:
+    // Takes the statement of key from the cache, or prepares the text that
+    // build() returns (a CYxStringW) and lends it from the cache. Returns 0
+    // or the SQLite error code (which also becomes Result()).
+    template <class F>
+    int PrepareCached(CYxSqliteStmtCache& cache, std::string_view key, F&& build) {
+        if (TakeCached(cache, key)) return 0;
+        return PrepareForCache(cache, key, build());
+    }
+    bool TakeCached(CYxSqliteStmtCache& cache, std::string_view key);
+    int PrepareForCache(CYxSqliteStmtCache& cache, std::string_view key, const wchar_t* sql);
+
     // Called once per failure that counts as an error; the default writes a
     // diagnostic line with the SQL text and SQLite's message.
     virtual void OnError(int rc, const char* what);
@@ -116,8 +142,11 @@ private:
         void operator()(sqlite3_stmt* s) const noexcept;
     };
     void CheckBind(int rc);
+    // Finalizes the own statement, or hands the lent one back to its cache.
+    void DropStmt() noexcept;
 
     std::unique_ptr<sqlite3_stmt, StmtDeleter> m_stmt;
+    CYxSqliteStmtCache* m_cache = nullptr;  // lender of m_stmt, or null
     int m_lastStep = 0;
     bool m_ignoreBusy = false;
     bool m_ignoreConstraint = false;
@@ -140,6 +169,10 @@ void BindValue(CYxSqliteCmd& cmd, int pos, const T& v) {
         static_assert(sizeof(U) == 0, "unsupported value type");
     }
 }
+// The cache key of a typed command: its kind, the definition, a conflict
+// clause and a column list.
+GNR_API std::string StmtKey(char kind, const SYxSqliteTableDef& def, const wchar_t* clause,
+                            const std::vector<const wchar_t*>* columns);
 template <class T>
 bool IsNullValue(const SYxSqliteNullValue& nv, const T& v) {
     using U = std::decay_t<T>;
@@ -153,13 +186,29 @@ bool IsNullValue(const SYxSqliteNullValue& nv, const T& v) {
 }
 }  // namespace yxsqlite_detail
 
+template <class... V>
+void CYxSqliteCmd::BindAll(const V&... values) {
+    int pos = 1;
+    (yxsqlite_detail::BindValue(*this, pos++, values), ...);
+}
+
+// Selects by the values of a list of columns (see CYxSqliteSelect).
+enum EYxSqliteSelectBy { eYxSelectByColumns };
+
 // SELECT of every column of a table (or of a column list), optionally by key
 // or by a condition text (the part after WHERE) and a tail clause (such as
-// "ORDER BY ..."), optionally DISTINCT.
+// "ORDER BY ..."), optionally DISTINCT. The key is bound, never formatted.
 class GNR_API CYxSqliteSelect : public CYxSqliteCmd {
 public:
     CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def);
     CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def, std::int64_t key);
+    // By key, through the cache.
+    CYxSqliteSelect(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def, std::int64_t key);
+    // Every column of the rows whose listed columns equal the values that
+    // the caller binds next (BindAll, in list order), through the cache:
+    // "... WHERE t.c1=? AND t.c2=? <tail>". The tail is library text.
+    CYxSqliteSelect(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def, EYxSqliteSelectBy,
+                    const std::vector<const wchar_t*>& columns, const wchar_t* tail = nullptr);
     CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* where);
     CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* where, const wchar_t* tail,
                     bool distinct = false);
@@ -191,6 +240,10 @@ public:
     CYxSqliteInsert(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* clause = nullptr);
     CYxSqliteInsert(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns,
                     const wchar_t* clause = nullptr);
+    // The same, through the cache.
+    CYxSqliteInsert(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def, const wchar_t* clause = nullptr);
+    CYxSqliteInsert(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def,
+                    const std::vector<const wchar_t*>& columns, const wchar_t* clause = nullptr);
 
     // Inserts one row with the values in column order; returns the new key,
     // 0 on failure or when the row was ignored.
@@ -257,6 +310,11 @@ class GNR_API CYxSqliteUpdate : public CYxSqliteCmd {
 public:
     CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def);
     CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns);
+    // The same, through the cache.
+    CYxSqliteUpdate(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def);
+    CYxSqliteUpdate(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def,
+                    const std::vector<const wchar_t*>& columns);
+    static CYxStringW BuildSql(const SYxSqliteTableDef& def, const std::vector<const wchar_t*>* columns);
 
     // Sets the values (in the column order of the command) on the row with
     // the key. True on success.
@@ -294,6 +352,11 @@ class GNR_API CYxSqliteDelete : public CYxSqliteCmd {
 public:
     CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def);
     CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns);
+    // The same, through the cache.
+    CYxSqliteDelete(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def);
+    CYxSqliteDelete(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def,
+                    const std::vector<const wchar_t*>& columns);
+    static CYxStringW BuildSql(const SYxSqliteTableDef& def, const std::vector<const wchar_t*>* columns);
 
     template <class... V>
     bool Row(const V&... values) {

@@ -140,14 +140,25 @@ CYxStringW YxSqlite_CreateColumnIndexSqlCommand(const wchar_t* tableName, const 
 
 CYxStringW YxSqlite_CheckTableIndexesSqlCommand(const SYxSqliteTableDef& def) { return IndexStatements(def, true); }
 
-std::vector<CYxStringW> YxSqlite_IndexNames(const SYxSqliteTableDef& def) {
-    std::vector<CYxStringW> names;
+std::vector<SYxSqliteIndexDef> YxSqlite_IndexList(const SYxSqliteTableDef& def) {
+    std::vector<SYxSqliteIndexDef> list;
     for (int i = 0; i < def.nCols; ++i) {
         const SYxSqliteColDef& c = def.pCols[i];
-        if (HasIndexMark(c) && c.eRole != eYxColPrimaryKey) names.push_back(ColumnIndexName(def.wszName, c));
+        if (HasIndexMark(c) && c.eRole != eYxColPrimaryKey)
+            list.push_back({ColumnIndexName(def.wszName, c), {c.wszName}, IsUniqueMark(c)});
     }
-    for (const auto* group : {def.apIndex1, def.apIndex2})
-        if (group[0]) names.push_back(GroupIndexName(def.wszName, group));
+    for (const auto* group : {def.apIndex1, def.apIndex2}) {
+        if (!group[0]) continue;
+        SYxSqliteIndexDef index{GroupIndexName(def.wszName, group), {}, false};
+        for (int i = 0; group[i]; ++i) index.columns.push_back(group[i]);
+        list.push_back(index);
+    }
+    return list;
+}
+
+std::vector<CYxStringW> YxSqlite_IndexNames(const SYxSqliteTableDef& def) {
+    std::vector<CYxStringW> names;
+    for (const SYxSqliteIndexDef& index : YxSqlite_IndexList(def)) names.push_back(index.name);
     return names;
 }
 

@@ -96,6 +96,13 @@ GNR_API CYxStringW YxSqlite_CheckTableIndexesSqlCommand(const SYxSqliteTableDef&
 GNR_API CYxStringW YxSqlite_DropTableAndIndexesSqlCommand(const SYxSqliteTableDef& def);
 // Names of the indexes that the definition asks for, in creation order.
 GNR_API std::vector<CYxStringW> YxSqlite_IndexNames(const SYxSqliteTableDef& def);
+// The same indexes with their columns in order and whether they are unique.
+struct SYxSqliteIndexDef {
+    CYxStringW name;
+    std::vector<const wchar_t*> columns;
+    bool bUnique = false;
+};
+GNR_API std::vector<SYxSqliteIndexDef> YxSqlite_IndexList(const SYxSqliteTableDef& def);
 // SQL type word of a column type.
 GNR_API const wchar_t* YxSqlite_TypeName(EYxSqliteColType type);
 

@@ -1,6 +1,9 @@
 // The typed commands: SQL text built from a table definition.
 #include "gnr_projectdb/sqlsupport/yxsqlite_cmd.h"
 
+#include "framework/yxutf8.h"
+#include "gnr_projectdb/sqlsupport/yxsqlite_stmtcache.h"
+
 #include <sqlite3.h>
 
 #include <cassert>
@@ -33,7 +36,42 @@ CYxStringW NormalizedClause(const wchar_t* clause) {
     return c;
 }
 
+// "t.iKey=?": the condition of every statement by key.
+CYxStringW KeyCondition(const SYxSqliteTableDef& def) {
+    return CYxStringW::Format(L"%s.%s=?", def.wszName, KeyName(def));
+}
+
+// "t.c1=? AND t.c2=? ...".
+CYxStringW ColumnsCondition(const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns) {
+    CYxStringW where;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (i) where += L" AND ";
+        where.AppendFormat(L"%s.%s=?", def.wszName, columns[i]);
+    }
+    return where;
+}
+
 }  // namespace
+
+std::string yxsqlite_detail::StmtKey(char kind, const SYxSqliteTableDef& def, const wchar_t* clause,
+                                     const std::vector<const wchar_t*>* columns) {
+    // The definition is known by its address: the cached commands are built
+    // over the schema's constants only.
+    std::string key(1, kind);
+    const SYxSqliteTableDef* p = &def;
+    key.append(reinterpret_cast<const char*>(&p), sizeof p);
+    if (clause && *clause) {
+        const CYxStringW c = NormalizedClause(clause);
+        key += '\x1f';
+        YxUtf8AppendWide(key, c.c_str(), c.GetLength());
+    }
+    if (columns)
+        for (const wchar_t* c : *columns) {
+            key += '\x1e';
+            if (c) YxUtf8AppendWide(key, c, std::wcslen(c));
+        }
+    return key;
+}
 
 // ---------------------------------------------------------------- select
 
@@ -62,8 +100,22 @@ CYxSqliteSelect::CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def) : m_
 }
 
 CYxSqliteSelect::CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def, std::int64_t key) : m_def(def) {
-    const CYxStringW where = CYxStringW::Format(L"%s.%s=%I64d", def.wszName, KeyName(def), key);
-    Prepare(db, BuildSql(def, nullptr, where, nullptr, false));
+    Prepare(db, BuildSql(def, nullptr, KeyCondition(def), nullptr, false));
+    BindInt64(1, key);
+}
+
+CYxSqliteSelect::CYxSqliteSelect(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def, std::int64_t key)
+    : m_def(def) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('S', def, nullptr, nullptr),
+                  [&] { return BuildSql(def, nullptr, KeyCondition(def), nullptr, false); });
+    BindInt64(1, key);
+}
+
+CYxSqliteSelect::CYxSqliteSelect(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def, EYxSqliteSelectBy,
+                                 const std::vector<const wchar_t*>& columns, const wchar_t* tail)
+    : m_def(def) {
+    std::string key = yxsqlite_detail::StmtKey('C', def, tail, &columns);
+    PrepareCached(cache, key, [&] { return BuildSql(def, nullptr, ColumnsCondition(def, columns), tail, false); });
 }
 
 CYxSqliteSelect::CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* where) : m_def(def) {
@@ -111,6 +163,19 @@ CYxSqliteInsert::CYxSqliteInsert(sqlite3* db, const SYxSqliteTableDef& def,
                                  const std::vector<const wchar_t*>& columns, const wchar_t* clause)
     : m_colIndex(ColumnIndexes(def, &columns, true)) {
     Prepare(db, BuildSql(def, &columns, clause));
+}
+
+CYxSqliteInsert::CYxSqliteInsert(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def, const wchar_t* clause)
+    : m_colIndex(ColumnIndexes(def, nullptr, true)) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('I', def, clause, nullptr),
+                  [&] { return BuildSql(def, nullptr, clause); });
+}
+
+CYxSqliteInsert::CYxSqliteInsert(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def,
+                                 const std::vector<const wchar_t*>& columns, const wchar_t* clause)
+    : m_colIndex(ColumnIndexes(def, &columns, true)) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('I', def, clause, &columns),
+                  [&] { return BuildSql(def, &columns, clause); });
 }
 
 int CYxSqliteInsert::ColumnIndexOfPos(int pos) const {
@@ -185,27 +250,38 @@ CYxSqliteInsertTransacted::~CYxSqliteInsertTransacted() { Finish(); }
 
 // ---------------------------------------------------------------- update
 
-CYxSqliteUpdate::CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def)
-    : m_colIndex(ColumnIndexes(def, nullptr, true)) {
+CYxStringW CYxSqliteUpdate::BuildSql(const SYxSqliteTableDef& def, const std::vector<const wchar_t*>* columns) {
     CYxStringW sql = CYxStringW::Format(L"UPDATE %s SET ", def.wszName);
-    for (std::size_t i = 0; i < m_colIndex.size(); ++i) {
+    const std::vector<int> idx = ColumnIndexes(def, columns, !columns);
+    for (std::size_t i = 0; i < idx.size(); ++i) {
         if (i) sql += L", ";
-        sql.AppendFormat(L"%s=?", def.pCols[m_colIndex[i]].wszName);
+        sql.AppendFormat(L"%s=?", columns ? (*columns)[i] : def.pCols[idx[i]].wszName);
     }
     sql.AppendFormat(L" WHERE %s=?", KeyName(def));
-    Prepare(db, sql);
+    return sql;
+}
+
+CYxSqliteUpdate::CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def)
+    : m_colIndex(ColumnIndexes(def, nullptr, true)) {
+    Prepare(db, BuildSql(def, nullptr));
 }
 
 CYxSqliteUpdate::CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def,
                                  const std::vector<const wchar_t*>& columns)
     : m_colIndex(ColumnIndexes(def, &columns, false)) {
-    CYxStringW sql = CYxStringW::Format(L"UPDATE %s SET ", def.wszName);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (i) sql += L", ";
-        sql.AppendFormat(L"%s=?", columns[i]);
-    }
-    sql.AppendFormat(L" WHERE %s=?", KeyName(def));
-    Prepare(db, sql);
+    Prepare(db, BuildSql(def, &columns));
+}
+
+CYxSqliteUpdate::CYxSqliteUpdate(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def)
+    : m_colIndex(ColumnIndexes(def, nullptr, true)) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('U', def, nullptr, nullptr), [&] { return BuildSql(def, nullptr); });
+}
+
+CYxSqliteUpdate::CYxSqliteUpdate(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def,
+                                 const std::vector<const wchar_t*>& columns)
+    : m_colIndex(ColumnIndexes(def, &columns, false)) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('U', def, nullptr, &columns),
+                  [&] { return BuildSql(def, &columns); });
 }
 
 int CYxSqliteUpdate::ColumnIndexOfPos(int pos) const {
@@ -221,18 +297,31 @@ bool CYxSqliteUpdate::Execute() {
 
 // ---------------------------------------------------------------- delete
 
-CYxSqliteDelete::CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def) {
-    Prepare(db, CYxStringW::Format(L"DELETE FROM %s WHERE %s=?", def.wszName, KeyName(def)));
+CYxStringW CYxSqliteDelete::BuildSql(const SYxSqliteTableDef& def, const std::vector<const wchar_t*>* columns) {
+    if (!columns) return CYxStringW::Format(L"DELETE FROM %s WHERE %s=?", def.wszName, KeyName(def));
+    CYxStringW sql = CYxStringW::Format(L"DELETE FROM %s WHERE ", def.wszName);
+    for (std::size_t i = 0; i < columns->size(); ++i) {
+        if (i) sql += L" AND ";
+        sql.AppendFormat(L"%s=?", (*columns)[i]);
+    }
+    return sql;
 }
+
+CYxSqliteDelete::CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def) { Prepare(db, BuildSql(def, nullptr)); }
 
 CYxSqliteDelete::CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def,
                                  const std::vector<const wchar_t*>& columns) {
-    CYxStringW sql = CYxStringW::Format(L"DELETE FROM %s WHERE ", def.wszName);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (i) sql += L" AND ";
-        sql.AppendFormat(L"%s=?", columns[i]);
-    }
-    Prepare(db, sql);
+    Prepare(db, BuildSql(def, &columns));
+}
+
+CYxSqliteDelete::CYxSqliteDelete(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('D', def, nullptr, nullptr), [&] { return BuildSql(def, nullptr); });
+}
+
+CYxSqliteDelete::CYxSqliteDelete(CYxSqliteStmtCache& cache, const SYxSqliteTableDef& def,
+                                 const std::vector<const wchar_t*>& columns) {
+    PrepareCached(cache, yxsqlite_detail::StmtKey('D', def, nullptr, &columns),
+                  [&] { return BuildSql(def, &columns); });
 }
 
 bool CYxSqliteDelete::Execute() {

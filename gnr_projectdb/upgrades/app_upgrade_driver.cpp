@@ -67,6 +67,31 @@ int Refuse(sqlite3* db, CYxSqliteTransaction& transaction) {
 
 bool YxProjectDb_Db_Vasq_DowngradeIsPossible(std::int64_t version) { return version == 5; }
 
+namespace {
+struct SStep {
+    std::int64_t from;
+    int to;
+    int (*run)(sqlite3*);
+};
+const SStep kChain[] = {
+    {1, 2, &YxProjectDb_Db_Upgrade_From_001_To_002}, {2, 3, &YxProjectDb_Db_Upgrade_From_002_To_003},
+    {3, 4, &YxProjectDb_Db_Upgrade_From_003_To_004}, {4, 6, &YxProjectDb_Db_Upgrade_From_004_To_006},
+    {6, 7, &YxProjectDb_Db_Upgrade_From_006_To_007},
+};
+}  // namespace
+
+int YxProjectDb_Db_Vasq_UpgradePlan(std::int64_t version, std::vector<SYxProjectDbUpgradeStep>* steps) {
+    if (steps) steps->clear();
+    if (version > YX_PROJECTDB_APP_VERSION) return YXPDB_E_GENERIC;
+    if (version == YX_PROJECTDB_APP_VERSION) return 0;
+    bool on = false;
+    for (const SStep& step : kChain) {
+        on = on || step.from == version;
+        if (on && steps) steps->push_back({step.from, step.to});
+    }
+    return on ? 0 : YXPDB_E_NOCONNECTION;
+}
+
 int YxProjectDb_Db_Vasq_Upgrade(const wchar_t* path, CYxProgressDialog* dialog) {
     if (!path || !*path) return YXPDB_E_PATH;
     sqlite3* db = nullptr;
@@ -84,16 +109,6 @@ int YxProjectDb_Db_Vasq_Upgrade(const wchar_t* path, CYxProgressDialog* dialog) 
     YX_DIAG_INFO(L"Upgrading version %I64d to...", version);
     SetPos(dialog, 40);
 
-    struct SStep {
-        std::int64_t from;
-        int to;
-        int (*run)(sqlite3*);
-    };
-    static const SStep kChain[] = {
-        {1, 2, &YxProjectDb_Db_Upgrade_From_001_To_002}, {2, 3, &YxProjectDb_Db_Upgrade_From_002_To_003},
-        {3, 4, &YxProjectDb_Db_Upgrade_From_003_To_004}, {4, 6, &YxProjectDb_Db_Upgrade_From_004_To_006},
-        {6, 7, &YxProjectDb_Db_Upgrade_From_006_To_007},
-    };
     std::size_t first = sizeof(kChain) / sizeof(kChain[0]);
     for (std::size_t i = 0; i < sizeof(kChain) / sizeof(kChain[0]); ++i)
         if (kChain[i].from == version) first = i;

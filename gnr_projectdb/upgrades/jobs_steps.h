@@ -15,3 +15,6 @@ typedef int (*PFYxJobsUpgradeStep)(sqlite3* db);
 // The step that leaves version `from`, or null when there is none (the gaps:
 // below 10, 49 to 59, 80 to 99, 136 and above).
 PFYxJobsUpgradeStep YxProjectDb_Upgrade_FindJobsStep(std::int64_t from);
+// The main version that the step leaving `from` writes; -1 when there is
+// no such step.
+std::int64_t YxProjectDb_Upgrade_JobsStepTarget(std::int64_t from);

@@ -117,3 +117,13 @@ PFYxJobsUpgradeStep YxProjectDb_Upgrade_FindJobsStep(std::int64_t from) {
         if (entry.iFrom == from) return entry.pfStep;
     return nullptr;
 }
+
+std::int64_t YxProjectDb_Upgrade_JobsStepTarget(std::int64_t from) {
+    if (!YxProjectDb_Upgrade_FindJobsStep(from)) return -1;
+    switch (from) {
+    case 14: return 16;  // the step named 014 to 015 writes 16
+    case 48: return 60;
+    case 79: return 100;
+    default: return from + 1;
+    }
+}

@@ -62,6 +62,30 @@ TEST(Demo, TwoRunsIntoOneConsistentDatabase) {
     ASSERT_EQ(2u, perRun.size());
     EXPECT_EQ(perRun[0], perRun[1]);
     EXPECT_EQ("48|240|4|6", perRun[0]);
+    // The frames reach the database in the order they were taken, although
+    // they are analysed in parallel: keys rise with the frame index and the
+    // acquisition time.
+    EXPECT_EQ(std::vector<std::string>{"0"},
+              Query(db, "SELECT count(*) FROM frame a JOIN frame b ON a.iJobrunKeyRef=b.iJobrunKeyRef "
+                        "AND a.iKey<b.iKey AND (a.iFrameIndex>=b.iFrameIndex OR a.dCTime>b.dCTime)"));
+    // Every frame has its analysis: two properties, a well, a plate, five
+    // objects; every object its two measurements and its phase, on its frame.
+    EXPECT_EQ(std::vector<std::string>{"0"},
+              Query(db, "SELECT count(*) FROM frame f WHERE "
+                        "(SELECT count(*) FROM frameprop p WHERE p.iJobrunKeyRef=f.iJobrunKeyRef "
+                        "AND p.iFrameIndex=f.iFrameIndex) != 3 OR "
+                        "(SELECT count(*) FROM framequal q WHERE q.iJobrunKeyRef=f.iJobrunKeyRef "
+                        "AND q.iFrameIndex=f.iFrameIndex) != 1 OR "
+                        "(SELECT count(*) FROM framewellinfo w WHERE w.iJobrunKeyRef=f.iJobrunKeyRef "
+                        "AND w.iFrameIndex=f.iFrameIndex) != 1 OR "
+                        "(SELECT count(*) FROM binobj o WHERE o.iJobrunKeyRef=f.iJobrunKeyRef "
+                        "AND o.iFrameIndex=f.iFrameIndex) != 5"));
+    EXPECT_EQ(std::vector<std::string>{"0"},
+              Query(db, "SELECT count(*) FROM binobj o WHERE "
+                        "(SELECT count(*) FROM binobjprop p WHERE p.iBinobjKeyRef=o.iKey "
+                        "AND p.iFrameIndex=o.iFrameIndex AND p.dValue > 0) != 2 OR "
+                        "(SELECT count(*) FROM binobjqual q WHERE q.iBinobjKeyRef=o.iKey "
+                        "AND q.iFrameIndex=o.iFrameIndex) != 1"));
     // Planes are shared between the runs' files.
     EXPECT_EQ(std::vector<std::string>{"2|16"},
               Query(db, "SELECT (SELECT count(*) FROM planeinfo), (SELECT count(*) FROM fileplaneinfo)"));

@@ -4,6 +4,8 @@
 #include "gnr_projectdb/records_file.h"
 #include "gnr_projectdb/records_frame.h"
 
+#include "locale_support.h"
+
 #include <algorithm>
 
 using Frames = AcqDbTest;
@@ -279,6 +281,26 @@ TEST_F(Frames, PropertyUpsertMatchesNullAssayRunWithNull) {
     // RemoveMany deletes by run, frame and property: both rows of frame 1.
     ASSERT_EQ(0, YxProjectDb_Frameprop_RemoveMany(h, {rows[0]}));
     EXPECT_EQ(1, Count("frameprop"));
+}
+
+// The value is spliced into the statement's text: under a comma-decimal
+// locale it still reads as one number, and values with up to six decimals
+// come back exactly.
+TEST_F(Frames, SameValueForEveryFrameUnderACommaLocale) {
+    CYxCommaLocale comma;
+    YX_REQUIRE_COMMA_LOCALE(comma);
+    std::vector<SYxProjectDbRow_frame> frames;
+    for (int i = 0; i < 3; ++i) frames.push_back({0, runKey, 0, i, 0.0, 0, 0});
+    ASSERT_EQ(0, YxProjectDb_Frame_InsertMany(h, frames));
+    int n = 0;
+    for (const double value : {2.5, 0.1, -1234.000125, 2451545.333333}) {
+        const std::int64_t prop = AddPropdef((L"p" + std::to_wstring(++n)).c_str());
+        ASSERT_EQ(0, YxProjectDb_Frameprop_InsertManySame(h, runKey, prop, value)) << value;
+        EXPECT_EQ(3, Count("frameprop", "iPropdefKeyRef=" + std::to_string(prop)));
+        SYxProjectDbRow_frameprop one;
+        ASSERT_EQ(0, YxProjectDb_Frameprop_GetOne(h, runKey, 1, prop, one));
+        EXPECT_EQ(value, one.dValue);
+    }
 }
 
 TEST_F(Frames, SameValueForEveryFrameOfTheRun) {

@@ -5,6 +5,7 @@
 #include "gnr_projectdb/records_file.h"
 #include "gnr_projectdb/sys.h"
 
+#include "locale_support.h"
 #include "records/records_fixture.h"
 #include "support/row_print.h"
 
@@ -176,6 +177,25 @@ TEST_F(CYxJsonMemberTest, WritesOneMemberAndKeepsTheOthers) {
     EXPECT_FALSE(Stored().contains("name"));
     EXPECT_FALSE(Stored().contains("list"));
     EXPECT_TRUE(Stored().contains("iWidth"));
+}
+
+// Reals come back as the same double, both through GetMember and in the
+// stored text, and under a comma-decimal locale too.
+TEST_F(CYxJsonMemberTest, RealsReadBackExactly) {
+    const double values[] = {0.1, 2460000.123456789, -1.5e-7, 1.0 / 3.0, 6.02214076e23};
+    auto check = [&] {
+        for (const double d : values) {
+            ASSERT_EQ(0, Set(L"dValue", QJsonValue(d)));
+            QJsonValue v;
+            ASSERT_EQ(0, Get(L"dValue", v));
+            EXPECT_EQ(d, v.toDouble());
+            EXPECT_EQ(d, Stored().value("dValue").toDouble());
+        }
+    };
+    check();
+    CYxCommaLocale comma;
+    YX_REQUIRE_COMMA_LOCALE(comma);
+    check();
 }
 
 TEST_F(CYxJsonMemberTest, OnlyJsonColumnsOfTheSchemaAndAddressableNames) {

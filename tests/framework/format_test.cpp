@@ -88,3 +88,43 @@ TEST(Format, WrongArgumentTypeIsAClearFailure) {
 }
 
 }  // namespace
+
+namespace {
+
+// Widths and precisions are read without overflow and bounded: a larger one
+// is a format error at that place (its argument is used up, the others stay
+// in step), never a wrapped value or an allocation of its size.
+TEST(Format, OversizedWidthOrPrecisionIsAFormatError) {
+    EXPECT_EQ(F(CYxStringW::Format(L"[%99999999999d]", 1)), L"[<format error>]");
+    EXPECT_EQ(F(CYxStringW::Format(L"[%4294967297d]", 1)), L"[<format error>]");  // 2^32 + 1
+    EXPECT_EQ(F(CYxStringW::Format(L"[%300000000s]", L"x")), L"[<format error>]");
+    EXPECT_EQ(F(CYxStringW::Format(L"[%-4097s]", L"x")), L"[<format error>]");
+    EXPECT_EQ(F(CYxStringW::Format(L"[%.4097lf]", 1.0)), L"[<format error>]");
+    EXPECT_EQ(F(CYxStringW::Format(L"[%.18446744073709551617s]", L"abc")), L"[<format error>]");
+    EXPECT_EQ(F(CYxStringW::Format(L"[%1.99999999999999999999999c]", L'x')), L"[<format error>]");
+    EXPECT_EQ(F(CYxStringW::Format(L"%5000d|%d|%s", 1, 2, L"z")), L"<format error>|2|z");
+}
+
+// Up to the bound the field is produced in full, whatever the conversion.
+TEST(Format, WidthAndPrecisionAtTheBound) {
+    const std::wstring d = F(CYxStringW::Format(L"%4096d", -7));
+    ASSERT_EQ(d.size(), 4096u);
+    EXPECT_EQ(d.substr(4094), L"-7");
+    EXPECT_EQ(d.find_first_not_of(L' '), 4094u);
+    const std::wstring z = F(CYxStringW::Format(L"%04096I64d", std::int64_t{42}));
+    ASSERT_EQ(z.size(), 4096u);
+    EXPECT_EQ(z.find_first_not_of(L'0'), 4094u);
+    const std::wstring s = F(CYxStringW::Format(L"%-4096s|", L"ab"));
+    ASSERT_EQ(s.size(), 4097u);
+    EXPECT_EQ(s.substr(0, 3), L"ab ");
+    EXPECT_EQ(s.back(), L'|');
+    // 1e300 has 301 integer digits: the whole text is longer than the bound.
+    const std::wstring f = F(CYxStringW::Format(L"%.4096lf", 1e300));
+    ASSERT_EQ(f.size(), 301u + 1u + 4096u);
+    EXPECT_EQ(f.substr(0, 2), L"10");
+    EXPECT_EQ(f[301], L'.');
+    EXPECT_EQ(f.find_first_not_of(L'0', 302), std::wstring::npos);
+    EXPECT_EQ(F(CYxStringW::Format(L"%.4096s", L"abc")), L"abc");
+}
+
+}  // namespace

@@ -5,7 +5,7 @@
 #include "gnr_projectdb/holders.h"
 #include "gnr_projectdb/records_frame.h"
 #include "gnr_projectdb/records_generic.h"
-#include "holder_test_util.h"
+#include "test_query.h"
 #include "support/test_support.h"
 
 #include <sqlite3.h>
@@ -28,7 +28,7 @@ protected:
         if (m_h) YxProjectDb_Db_Disconnect(m_h);
     }
     sqlite3* Db() const { return CYxProjectDbConnectionManager::GetConnection(m_h).Get(); }
-    std::vector<std::string> Query(const char* sql) const { return YxHolderTest_Query(Db(), sql); }
+    std::vector<std::string> Query(const char* sql) const { return YxTest_QueryDb(Db(), sql); }
     std::int64_t Count(const wchar_t* table, const wchar_t* where = nullptr) const {
         std::int64_t n = -1;
         EXPECT_EQ(0, YxProjectDb_Table_Count(m_h, table, where, &n));
@@ -93,7 +93,7 @@ TEST_F(CYxHolderDbTest, TwoNewFilesCompareEqualAndHoldTheSameRows) {
                             "SELECT wszUuid, hex(pData) FROM wellplateconfiguration ORDER BY wszUuid",
                             "SELECT wszUuid, hex(layoutelement), hex(surroundarea) FROM dishconfiguration ORDER BY wszUuid",
                             "SELECT wszUuid, hex(layoutelement), iNumCrosses, iSlideKeyRef FROM slidedef ORDER BY wszUuid"})
-        EXPECT_EQ(Query(sql), YxHolderTest_Query(CYxProjectDbConnectionManager::GetConnection(h2).Get(), sql)) << sql;
+        EXPECT_EQ(Query(sql), YxTest_QueryDb(CYxProjectDbConnectionManager::GetConnection(h2).Get(), sql)) << sql;
     YxProjectDb_Db_Disconnect(h2);
 }
 
@@ -109,10 +109,10 @@ TEST_F(CYxHolderDbTest, PlainCreateGetsTheCatalogFromAnUpdate) {
     ASSERT_EQ(0, YxProjectDb_Holder_GetAll(h, false, all));
     EXPECT_EQ(YxHolder_Catalog().size(), all.size());
     // A second run changes nothing.
-    const std::vector<std::string> before = YxHolderTest_Query(
+    const std::vector<std::string> before = YxTest_QueryDb(
         CYxProjectDbConnectionManager::GetConnection(h).Get(), "SELECT count(*), sum(iKey) FROM wellplatename");
     ASSERT_EQ(0, YxProjectDb_Holder_UpdateCatalogs(h));
-    EXPECT_EQ(before, YxHolderTest_Query(CYxProjectDbConnectionManager::GetConnection(h).Get(),
+    EXPECT_EQ(before, YxTest_QueryDb(CYxProjectDbConnectionManager::GetConnection(h).Get(),
                                      "SELECT count(*), sum(iKey) FROM wellplatename"));
     YxProjectDb_Db_Disconnect(h);
 }

@@ -5,7 +5,7 @@
 #include "gnr_projectdb/holders.h"
 #include "gnr_projectdb/records_frame.h"
 #include "gnr_projectdb/records_generic.h"
-#include "holder_test_util.h"
+#include "test_query.h"
 #include "support/test_support.h"
 
 #include <QColor>
@@ -48,7 +48,7 @@ TEST(HolderTool, CreateMakesFilesThatHoldTheCatalog) {
     sqlite3* db = nullptr;
     ASSERT_EQ(SQLITE_OK, sqlite3_open_v2(dir.FileUtf8("a.db").c_str(), &db, SQLITE_OPEN_READONLY, nullptr));
     EXPECT_EQ(std::vector<std::string>{std::to_string(YxHolder_Catalog().size())},
-              YxHolderTest_Query(db, "SELECT (SELECT count(*) FROM wellplatename) + (SELECT count(*) FROM dishname) + "
+              YxTest_QueryDb(db, "SELECT (SELECT count(*) FROM wellplatename) + (SELECT count(*) FROM dishname) + "
                                      "(SELECT count(*) FROM slidedef)"));
     sqlite3_close(db);
     const std::string list = Tool("holders list --db '" + dir.FileUtf8("a.db") + "' --json", &rc);
@@ -181,18 +181,18 @@ TEST(HolderTool, DemoRecordsItsPositionsOnACatalogPlate) {
     // The plate is the catalog's 96-well plate, with a stored alignment.
     const std::string p96 = YxHolder_Catalog()[4].wszUuid.ToUtf8();
     EXPECT_EQ(std::vector<std::string>{p96 + "|48"},
-              YxHolderTest_Query(db, "SELECT n.wszUuid, length(p.pAlignmentMatrix) FROM plateinfo p JOIN wellplatename n "
+              YxTest_QueryDb(db, "SELECT n.wszUuid, length(p.pAlignmentMatrix) FROM plateinfo p JOIN wellplatename n "
                                      "ON n.iKey=p.iWellplatenameKeyRef"));
     // The wells found from the stage positions, each holding its twelve frames.
     EXPECT_EQ((std::vector<std::string>{"13|B2|12", "14|B3|12", "25|C2|12", "26|C3|12"}),
-              YxHolderTest_Query(db, "SELECT w.iWellIndex, w.wszName, count(f.iKey) FROM wellinfo w JOIN framewellinfo f "
+              YxTest_QueryDb(db, "SELECT w.iWellIndex, w.wszName, count(f.iKey) FROM wellinfo w JOIN framewellinfo f "
                                      "ON f.iWellinfoKeyRef=w.iKey GROUP BY w.iKey ORDER BY w.iWellIndex"));
     // The well qualifier recorded with each frame agrees with its well.
     EXPECT_EQ(std::vector<std::string>{"0"},
-              YxHolderTest_Query(db, "SELECT count(*) FROM framewellinfo f JOIN wellinfo w ON w.iKey=f.iWellinfoKeyRef "
+              YxTest_QueryDb(db, "SELECT count(*) FROM framewellinfo f JOIN wellinfo w ON w.iKey=f.iWellinfoKeyRef "
                                      "JOIN framequal q ON q.iJobrunKeyRef=f.iJobrunKeyRef AND q.iFrameIndex=f.iFrameIndex "
                                      "JOIN qualstr s ON s.iKey=q.iQualstrKeyRef WHERE s.wszName<>w.wszName"));
-    EXPECT_EQ(std::vector<std::string>{"48"}, YxHolderTest_Query(db, "SELECT count(*) FROM frameplateinfo"));
+    EXPECT_EQ(std::vector<std::string>{"48"}, YxTest_QueryDb(db, "SELECT count(*) FROM frameplateinfo"));
     sqlite3_close(db);
 }
 

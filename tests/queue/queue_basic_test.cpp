@@ -3,6 +3,7 @@
 // and the statistics.
 #include "queue_test_items.h"
 
+#include <atomic>
 #include <thread>
 
 using namespace queuetest;
@@ -96,6 +97,56 @@ TEST(QueuePush, TimeoutsAndRefusalsLeaveTheItemWithTheCaller) {
     std::vector<std::uint64_t> sorted = ledger.sinkOrder;
     std::sort(sorted.begin(), sorted.end());
     EXPECT_EQ((std::vector<std::uint64_t>{0, 1, 2}), sorted);
+}
+
+// An item that holds its worker until the gate opens (or only item 0 passes).
+class CGatedItem : public IYxQueueItem {
+public:
+    CGatedItem(const std::atomic<bool>& gate, bool free) : m_gate(gate), m_free(free) {}
+    int Process(int) override {
+        while (!m_free && !m_gate.load())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return 0;
+    }
+
+private:
+    const std::atomic<bool>& m_gate;
+    bool m_free;
+};
+
+// Blocked producers are woken in batches once a full queue has drained to
+// half, but one waiting with a deadline gets the first slot that frees: it
+// must not sit out its timeout while the others are still being worked on.
+TEST(QueuePush, ProducerWithADeadlineGetsTheFirstFreeSlot) {
+    std::atomic<bool> gate{false};
+    std::unique_ptr<CYxQueueMaster> queue;
+    ASSERT_EQ(0, CYxQueueMaster::Create(Options({St(eYxQueueWorker_ProcessOutOfOrder, 4)}, 4), &queue));
+    // Item 0 passes once started; 1 to 3 hold their workers.
+    for (int i = 0; i < 4; ++i)
+        ASSERT_EQ(0, queue->Push(std::make_unique<CGatedItem>(gate, i == 0), 0));
+    std::atomic<int> rc{1};
+    std::atomic<bool> returned{false};
+    std::thread producer([&] {
+        rc = queue->Push(std::make_unique<CGatedItem>(gate, true), 20000);
+        returned = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(returned.load());
+    ASSERT_EQ(0, queue->Start());
+    const auto start = std::chrono::steady_clock::now();
+    while (!returned.load() && std::chrono::steady_clock::now() - start < std::chrono::seconds(10))
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(returned.load());
+    EXPECT_EQ(0, rc.load());
+    SYxQueueStatistics stats;
+    ASSERT_EQ(0, queue->GetStatistics(&stats));
+    // Pushed while three items were still held.
+    EXPECT_GE(stats.iDepth, 3u);
+    gate = true;
+    producer.join();
+    EXPECT_EQ(0, queue->Wait());
+    ASSERT_EQ(0, queue->GetStatistics(&stats));
+    EXPECT_EQ(5u, stats.iRemoved);
 }
 
 TEST(QueueStates, CallsOutOfTurn) {

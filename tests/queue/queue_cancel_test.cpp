@@ -3,6 +3,7 @@
 // item refused stays with its producer; Wait returns.
 #include "queue_test_items.h"
 
+#include <string>
 #include <thread>
 
 using namespace queuetest;
@@ -17,6 +18,7 @@ SYxQueueStage St(EYxQueueWorkerKind kind, int threads) {
 }
 
 struct CancelRun {
+    const char* name;
     std::vector<SYxQueueStage> stages;
     bool ordered;
     // Cancel from inside an item's work instead of from another thread.
@@ -158,17 +160,22 @@ TEST_P(QueueCancel, EveryItemEndsExactlyOnceAtRandomMoments) {
 INSTANTIATE_TEST_SUITE_P(
     Chains, QueueCancel,
     ::testing::Values(
-        CancelRun{{St(eYxQueueWorker_ProcessInOrder, 2), St(eYxQueueWorker_TransportOutOfOrder, 1)}, true, false},
-        CancelRun{{St(eYxQueueWorker_ProcessOutOfOrder, 2), St(eYxQueueWorker_TransportInOrder, 1)}, true, false},
-        CancelRun{{St(eYxQueueWorker_ProcessTransportInOrder, 2)}, true, false},
-        CancelRun{{St(eYxQueueWorker_ProcessTransportOutOfOrder, 2)}, false, false},
-        CancelRun{{St(eYxQueueWorker_ProcessRemove, 2)}, false, false},
-        CancelRun{{St(eYxQueueWorker_ProcessOutOfOrder, 2), St(eYxQueueWorker_ProcessInOrder, 2),
+        CancelRun{"ProcessInOrder",
+                  {St(eYxQueueWorker_ProcessInOrder, 2), St(eYxQueueWorker_TransportOutOfOrder, 1)}, true, false},
+        CancelRun{"TransportInOrder",
+                  {St(eYxQueueWorker_ProcessOutOfOrder, 2), St(eYxQueueWorker_TransportInOrder, 1)}, true, false},
+        CancelRun{"ProcessTransportInOrder", {St(eYxQueueWorker_ProcessTransportInOrder, 2)}, true, false},
+        CancelRun{"ProcessTransportOutOfOrder", {St(eYxQueueWorker_ProcessTransportOutOfOrder, 2)}, false, false},
+        CancelRun{"ProcessRemove", {St(eYxQueueWorker_ProcessRemove, 2)}, false, false},
+        CancelRun{"LongChain",
+                  {St(eYxQueueWorker_ProcessOutOfOrder, 2), St(eYxQueueWorker_ProcessInOrder, 2),
                    St(eYxQueueWorker_TransportInOrder, 1)},
                   true, false},
-        CancelRun{{St(eYxQueueWorker_ProcessTransportInOrder, 2)}, true, true},
-        CancelRun{{St(eYxQueueWorker_ProcessOutOfOrder, 2), St(eYxQueueWorker_TransportOutOfOrder, 1)}, false,
-                  true}));
+        CancelRun{"ProcessTransportInOrderFromWorker", {St(eYxQueueWorker_ProcessTransportInOrder, 2)}, true, true},
+        CancelRun{"TransportOutOfOrderFromWorker",
+                  {St(eYxQueueWorker_ProcessOutOfOrder, 2), St(eYxQueueWorker_TransportOutOfOrder, 1)}, false,
+                  true}),
+    [](const ::testing::TestParamInfo<CancelRun>& info) { return std::string(info.param.name); });
 
 // A producer blocked on a full queue is released by Cancel and by Close, and
 // keeps its item.

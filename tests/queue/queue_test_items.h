@@ -4,6 +4,7 @@
 #pragma once
 
 #include "gnr_projectdb/queue.h"
+#include "spin_work.h"
 
 #include <gtest/gtest.h>
 
@@ -18,31 +19,7 @@
 
 namespace queuetest {
 
-// Arithmetic loop iterations per microsecond on this machine and build.
-inline double IterationsPerUs() {
-    static const double perUs = [] {
-        const auto start = std::chrono::steady_clock::now();
-        std::uint64_t x = 1;
-        const std::uint64_t n = 2000000;
-        for (std::uint64_t i = 0; i < n; ++i)
-            x = x * 6364136223846793005ULL + 1442695040888963407ULL;
-        asm volatile("" : : "r"(x));
-        const double us = std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
-        return us > 0 ? n / us : 1000.0;
-    }();
-    return perUs;
-}
-
-// Computes for about `us` microseconds (never sleeps).
-inline std::uint64_t Burn(double us) {
-    const auto n = static_cast<std::uint64_t>(us * IterationsPerUs());
-    std::uint64_t x = 1;
-    for (std::uint64_t i = 0; i < n; ++i)
-        x = x * 6364136223846793005ULL + 1442695040888963407ULL;
-    // Keeps the loop from being optimised away.
-    asm volatile("" : : "r"(x));
-    return x;
-}
+using gnr_spin::Burn;
 
 // What happened to every item of one run, indexed by the producer's id.
 struct Ledger {

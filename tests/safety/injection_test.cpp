@@ -5,27 +5,11 @@
 #include "gnr_projectdb/records_project.h"
 #include "records/records_fixture.h"
 
+#include "test_query.h"
+
 #include <sqlite3.h>
 
 namespace {
-
-// Rows of a query, columns joined by '|'; errors as "error: <message>".
-std::vector<std::string> QueryDb(sqlite3* db, const std::string& sql) {
-    std::vector<std::string> rows;
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) return {std::string("error: ") + sqlite3_errmsg(db)};
-    while (sqlite3_step(stmt) == SQLITE_ROW) {
-        std::string row;
-        for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
-            if (i) row += '|';
-            const unsigned char* t = sqlite3_column_text(stmt, i);
-            if (t) row += reinterpret_cast<const char*>(t);
-        }
-        rows.push_back(row);
-    }
-    sqlite3_finalize(stmt);
-    return rows;
-}
 
 // Runs a script or a query on a connection of its own.
 std::vector<std::string> OnFile(const std::string& file, const std::string& sql, bool script = false) {
@@ -36,7 +20,7 @@ std::vector<std::string> OnFile(const std::string& file, const std::string& sql,
         if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
             rows = {std::string("error: ") + sqlite3_errmsg(db)};
     } else {
-        rows = QueryDb(db, sql);
+        rows = YxTest_QueryDb(db, sql);
     }
     sqlite3_close(db);
     return rows;
@@ -195,8 +179,8 @@ TEST(FileValues, StoredSynchronousCannotRunStatementsOnConnect) {
     ASSERT_NE(0u, h);
     // The bad value counts as absent: the default "normal" (1) applies.
     sqlite3* db = CYxProjectDbConnectionManager::GetConnection(h).Get();
-    EXPECT_EQ(std::vector<std::string>{"1"}, QueryDb(db, "PRAGMA synchronous;"));
-    EXPECT_TRUE(QueryDb(db, "SELECT name FROM pragma_database_list WHERE name='o';").empty());
+    EXPECT_EQ(std::vector<std::string>{"1"}, YxTest_QueryDb(db, "PRAGMA synchronous;"));
+    EXPECT_TRUE(YxTest_QueryDb(db, "SELECT name FROM pragma_database_list WHERE name='o';").empty());
     YxProjectDb_Db_Disconnect(h);
     EXPECT_EQ(std::vector<std::string>{"1"}, OnFile(file, "SELECT count(*) FROM project;"));
     EXPECT_EQ(std::vector<std::string>{"1"}, OnFile(other, "SELECT count(*) FROM t;"));
@@ -210,7 +194,7 @@ TEST(FileValues, StoredValidValuesStillApply) {
     const YxProjectDbHandle h = YxProjectDb_Db_Jobs_Connect(path);
     ASSERT_NE(0u, h);
     sqlite3* db = CYxProjectDbConnectionManager::GetConnection(h).Get();
-    EXPECT_EQ(std::vector<std::string>{"2"}, QueryDb(db, "PRAGMA synchronous;"));
+    EXPECT_EQ(std::vector<std::string>{"2"}, YxTest_QueryDb(db, "PRAGMA synchronous;"));
     YxProjectDb_Db_Disconnect(h);
 }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <regex>
 #include <string>
 
 TEST(StatusName, NamesLibraryAndSqliteCodes) {
@@ -17,4 +20,21 @@ TEST(StatusName, NamesLibraryAndSqliteCodes) {
     EXPECT_STREQ("SQLITE_IOERR", YxProjectDb_StatusName(10 | (60 << 8)));
     EXPECT_STREQ("UNKNOWN_STATUS", YxProjectDb_StatusName(-2));
     EXPECT_STREQ("UNKNOWN_STATUS", YxProjectDb_StatusName(1000000));
+}
+
+// Every status that status.h declares is named by the library: a code added
+// to the header without a name would reach users as "UNKNOWN_STATUS".
+TEST(StatusName, EveryDeclaredStatusHasItsName) {
+    std::ifstream header(std::string(GNR_SOURCE_DIR) + "/gnr_projectdb/include/gnr_projectdb/status.h");
+    ASSERT_TRUE(header.good());
+    const std::string text((std::istreambuf_iterator<char>(header)), std::istreambuf_iterator<char>());
+    const std::regex declaration(R"((YXPDB_\w+)\s*=\s*(-?\d+))");
+    int seen = 0;
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), declaration); it != std::sregex_iterator(); ++it) {
+        const std::string name = (*it)[1];
+        const int code = std::stoi((*it)[2]);
+        EXPECT_EQ(name, YxProjectDb_StatusName(code)) << "status " << code;
+        ++seen;
+    }
+    EXPECT_GE(seen, 20);
 }

@@ -5,6 +5,7 @@
 #include "framework/yxlitevariant.h"
 #include "gnr_projectdb/schema/app_schema.h"
 #include "gnr_projectdb/upgrade.h"
+#include "locale_support.h"
 #include "test_support.h"
 
 #include <sqlite3.h>
@@ -224,6 +225,26 @@ TEST_F(AppUpgradeTest, ConversionKeepsTheAnalysisData) {
 
     // The old model is gone.
     for (const char* table : {"analysis", "analysisrun", "datatable", "result"}) EXPECT_FALSE(HasTable(table)) << table;
+}
+
+// The conversion writes times and calibrations into its statements' text:
+// a comma-decimal locale changes nothing in them.
+TEST_F(AppUpgradeTest, ConversionUnderACommaLocale) {
+    CYxCommaLocale comma;
+    YX_REQUIRE_COMMA_LOCALE(comma);
+    UpgTest_CreateAppFile(path, 4);
+    FillAnalysisData();
+    ASSERT_EQ(0, Upgrade());
+    ExpectCurrentSchema();
+    // "->" gives the JSON text of a member: no conversion on the way out.
+    EXPECT_EQ("2460000.5|2460001.25", Text("SELECT (jsonMetadata -> '$.dCTime') || '|' || "
+                                         "(jsonMetadata -> '$.dMTime') FROM definitions WHERE iKey=5;"));
+    EXPECT_EQ("2460003.0|2460003.5", Text("SELECT (jsonMetadata -> '$.dCTime') || '|' || "
+                                        "(jsonMetadata -> '$.dMTime') FROM measurements WHERE iKey=11;"));
+    EXPECT_EQ("0.5", Text("SELECT f.jsonMetadata -> '$.dCalibration' FROM files f "
+                          "JOIN definitions d ON d.iFileKeyRef=f.iKey WHERE d.iKey=5;"));
+    EXPECT_EQ("0.125", Text("SELECT f.jsonMetadata -> '$.dCalibration' FROM files f "
+                            "JOIN measurements m ON m.iFileKeyRef=f.iKey WHERE m.iKey=11;"));
 }
 
 TEST_F(AppUpgradeTest, FailingStepRollsBackEverything) {

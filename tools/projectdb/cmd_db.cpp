@@ -8,14 +8,26 @@
 #include <QString>
 
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
 QString Q(const CYxStringW& s) { return QString::fromStdWString(s.str()); }
 
+// An existing file is never turned into a database behind its owner's
+// back: only --force replaces one, and only an empty one.
 int Create(CYxToolCall& call, bool app) {
     const std::string& file = call.Arg(0);
     const std::wstring path = call.WideArg(0);
+    std::error_code error;
+    const std::filesystem::path fsPath = std::filesystem::u8path(file);
+    if (std::filesystem::exists(std::filesystem::symlink_status(fsPath, error))) {
+        if (!call.Flag("force")) return call.FailText(file, "the file exists (--force replaces an empty file)");
+        const bool empty = std::filesystem::is_regular_file(fsPath, error) &&
+                           std::filesystem::file_size(fsPath, error) == 0 && !error;
+        if (!empty) return call.FailText(file, "the file exists and is not empty (--force replaces only an empty file)");
+    }
     const int rc = app ? YxProjectDb_Db_Vasq_Create(path.c_str()) : YxProjectDb_Db_Jobs_CreateWithUpgrades(path.c_str());
     if (rc != 0) return call.Fail(file, "cannot create the database", rc);
     std::printf("created %s database %s\n", app ? "application" : "jobs", file.c_str());
@@ -64,7 +76,10 @@ int Info(CYxToolCall& call, bool app) {
     return 0;
 }
 
-void DeclareFile(CYxToolSyntax& s) { s.Argument("FILE", "the database file"); }
+void DeclareCreate(CYxToolSyntax& s) {
+    s.Argument("FILE", "the database file");
+    s.Flag("force", "replace an existing empty file");
+}
 void DeclareInfo(CYxToolSyntax& s) {
     s.Argument("FILE", "the database file");
     s.Flag("json", "print one JSON object");
@@ -72,9 +87,9 @@ void DeclareInfo(CYxToolSyntax& s) {
 
 }  // namespace
 
-YX_TOOL_COMMAND("create", 11, "create a new jobs database (schema 136, holder catalog) and its project folder", &DeclareFile,
+YX_TOOL_COMMAND("create", 11, "create a new jobs database (schema 136, holder catalog) and its project folder", &DeclareCreate,
                 [](CYxToolCall& c) { return Create(c, false); });
-YX_TOOL_COMMAND("app-create", 40, "create a new application database (schema 7)", &DeclareFile,
+YX_TOOL_COMMAND("app-create", 40, "create a new application database (schema 7)", &DeclareCreate,
                 [](CYxToolCall& c) { return Create(c, true); });
 YX_TOOL_COMMAND("info", 12, "describe a jobs database file: journal, settings, versions, state", &DeclareInfo,
                 [](CYxToolCall& c) { return Info(c, false); });

@@ -5,7 +5,10 @@
 // qualifiers, tags and their wells on a 96-well plate, a segmentation layer with objects,
 // traces and their properties, the run statistics, and the finished run -
 // and prints what was stored. Running it again adds another run to the same
-// database.
+// database. The frames themselves are taken, analysed and written through
+// the parallel processing queue (demo_acquisition.cpp); this file records
+// what comes before and after them.
+#include "demo_acquisition.h"
 #include "tool.h"
 
 #include "framework/yxfilesystem.h"
@@ -26,7 +29,7 @@
 #include <sqlite3.h>
 
 #include <chrono>
-#include <cmath>
+#include <iterator>
 #include <cstdio>
 #include <fstream>
 #include <list>
@@ -35,11 +38,11 @@
 
 namespace {
 
-const int kPositions = 4;
-const int kTimepoints = 12;
-const int kObjectsPerFrame = 5;
-const int kWidth = 128;
-const int kHeight = 128;
+using demo::kHeight;
+using demo::kObjectsPerFrame;
+using demo::kPositions;
+using demo::kTimepoints;
+using demo::kWidth;
 const wchar_t* const kPlanes[] = {L"DAPI", L"GFP"};
 enum { eLoopTime = 1, eLoopPosition = 2 };
 
@@ -103,8 +106,7 @@ bool WriteImageFile(const CYxStringW& path, int planes, int frames, int position
     std::ofstream out(YxFs_NativeUtf8(path), std::ios::binary | std::ios::trunc);
     std::vector<std::uint16_t> plane(static_cast<std::size_t>(kWidth * kHeight));
     for (int f = 0; f < frames * planes; ++f) {
-        for (std::size_t i = 0; i < plane.size(); ++i)
-            plane[i] = static_cast<std::uint16_t>((i * 7 + static_cast<std::size_t>(f * 131 + position * 17)) & 0x0FFF);
+        for (std::size_t i = 0; i < plane.size(); ++i) plane[i] = demo::PixelValue(i, f, position);
         out.write(reinterpret_cast<const char*>(plane.data()), static_cast<std::streamsize>(plane.size() * 2));
     }
     return static_cast<bool>(out);
@@ -229,26 +231,7 @@ int Demo(CYxToolCall& call) {
         step.Check(YxProjectDb_Runloop_UpdateIncOrder(h, runKey), "loop order"))
         step.Check(YxProjectDb_Runloop_Insert(h, runKey, taskKeys[0], 0, 0, eLoopTime, &timeLoop), "time loop");
 
-    // ---- frames with their place in the loops, as the acquisition delivers them.
-    std::vector<SYxProjectDbRow_frame> frames;
-    std::vector<SYxProjectDbRow_loopindex> indexes;
-    const double t0 = YxProjectDb_Sys_JdnNow();
-    for (int t = 0; t < kTimepoints; ++t)
-        for (int p = 0; p < kPositions; ++p) {
-            const int index = t * kPositions + p;
-            const double when = t0 + (t * 300.0 + p * 4.0) / 86400.0;
-            frames.push_back({0, runKey, acquireTask, index, when,
-                              fileKeys.size() > static_cast<std::size_t>(p) ? fileKeys[static_cast<std::size_t>(p)] : 0,
-                              t});
-            indexes.push_back({0, runKey, index, timeLoop, t});
-            indexes.push_back({0, runKey, index, positionLoop, p});
-        }
-    if (step.status == 0) step.Check(YxProjectDb_Frame_InsertMany(h, frames), "frames");
-    if (step.status == 0) step.Check(YxProjectDb_Loopindex_InsertMany(h, indexes), "loop indexes");
-    for (std::int64_t k : fileKeys)
-        if (step.status == 0) step.Check(YxProjectDb_File_Update(h, k, kTimepoints * 2), "file frame count");
-
-    // ---- frame properties, qualifiers, tags and well positions.
+    // ---- definitions of what the analysis measures.
     const std::int64_t focus = Propdef(h, L"Focus score", L"", YX_STAT_ENTITY_FRAMES, step);
     const std::int64_t temperature = Propdef(h, L"Temperature", L"C", YX_STAT_ENTITY_FRAMES, step);
     const std::int64_t exposure = Propdef(h, L"Exposure", L"ms", YX_STAT_ENTITY_FRAMES, step);
@@ -266,28 +249,16 @@ int Demo(CYxToolCall& call) {
     tagRow.iType = 1;
     tagRow.wszName = L"Reviewed";
     const std::int64_t reviewed = FindOrInsert(h, L"iType=1 AND wszName='Reviewed'", tagRow, step, "tagdef");
-
     if (step.status == 0) step.Check(YxProjectDb_Frameprop_CreateNullConstraintTrigger(h), "frameprop trigger");
-    std::vector<SYxProjectDbRow_frameprop> frameProps;
-    std::vector<SYxProjectDbRow_framequal> frameQuals;
-    std::vector<SYxProjectDbRow_frametag> frameTags;
-    for (const auto& f : frames) {
-        const int p = f.iFrameIndex % kPositions;
-        frameProps.push_back({0, runKey, 0, focus, f.iFrameIndex, 0.8 + 0.01 * ((f.iFrameIndex * 7) % 13)});
-        frameProps.push_back({0, runKey, 0, temperature, f.iFrameIndex, 37.0 + 0.05 * (f.iFrameIndex % 5)});
-        frameQuals.push_back({0, runKey, f.iFrameIndex, wellQual, wells[p]});
-        if (f.iFrameIndex % 5 == 0) frameTags.push_back({0, runKey, reviewed, f.iFrameIndex});
-    }
-    if (step.status == 0) step.Check(YxProjectDb_Frameprop_InsertMany(h, frameProps), "frame properties");
-    if (step.status == 0) step.Check(YxProjectDb_Frameprop_InsertManySame(h, runKey, exposure, 120.0), "exposure");
-    if (step.status == 0) step.Check(YxProjectDb_Framequal_InsertMany(h, frameQuals), "frame qualifiers");
-    if (step.status == 0) step.Check(YxProjectDb_Frametag_InsertMany(h, frameTags), "frame tags");
+
+    // ---- the plate: the catalog's 96-well plate, aligned to the stage
+    // (turned a little, offset). Each position is a stage point near the
+    // centre of its well; the well is found from the stage point, as the
+    // acquisition does, and recorded with the plate (plateinfo, wellinfo);
+    // every frame is linked to its plate and well as it is written.
+    std::int64_t plateKey = 0;
+    std::vector<std::int64_t> wellKeys;
     if (step.status == 0) {
-        // The plate: the catalog's 96-well plate, aligned to the stage (turned
-        // a little, offset). Each position is a stage point near the centre of
-        // its well; the well is found from the stage point, as the acquisition
-        // does, and recorded with the plate (plateinfo, wellinfo), then every
-        // frame is linked to its plate and well.
         SYxHolderEntry plate;
         const SYxHolderAlignment stage = YxHolder_MakeAlignment(0.4, 1.0, 12.5, 7.25);
         step.Check(YxProjectDb_Holder_UpdateCatalogs(h), "holder catalog");  // files made before the catalog
@@ -303,25 +274,14 @@ int Demo(CYxToolCall& call) {
             if (well < 0) step.Check(YXPDB_E_NOTFOUND, "well of a stage position");
             wellOfPosition.push_back(well);
         }
-        std::int64_t plateKey = 0;
-        std::vector<std::int64_t> wellKeys;
         if (step.status == 0)
             step.Check(YxProjectDb_Holder_AddRunPlate(h, runKey, plate, L"Demo plate", L"DEMO-0001", stage, wellOfPosition,
                                                       &plateKey, &wellKeys),
                        "plate and wells");
-        std::vector<SYxProjectDbRow_framewellinfo> frameWells;
-        std::vector<SYxProjectDbRow_frameplateinfo> framePlates;
-        for (const auto& f : frames)
-            if (step.status == 0) {
-                frameWells.push_back({0, runKey, wellKeys[static_cast<std::size_t>(f.iFrameIndex % kPositions)], f.iFrameIndex});
-                framePlates.push_back({0, runKey, plateKey, f.iFrameIndex});
-            }
-        if (step.status == 0) step.Check(YxProjectDb_Framewellinfo_InsertMany(h, frameWells), "frame wells");
-        if (step.status == 0) step.Check(YxProjectDb_Frameplateinfo_InsertMany(h, framePlates), "frame plates");
     }
 
-    // ---- segmentation: a nuclei layer, one trace per nucleus and position,
-    // an object per nucleus and frame.
+    // ---- segmentation: a nuclei layer and one trace per nucleus and
+    // position; the objects, one per nucleus and frame, come with the frames.
     std::int64_t layerKey = 0;
     if (step.status == 0)
         step.Check(YxProjectDb_Binlayer_Insert(h, runKey, 0, YxProjectDb_Sys_UuidAsText(), L"Nuclei", L"DAPI",
@@ -332,29 +292,39 @@ int Demo(CYxToolCall& call) {
         for (int k = 0; k < kObjectsPerFrame; ++k)
             traces.push_back({0, runKey, 0, p * kObjectsPerFrame + k + 1, p, kTimepoints});
     if (step.status == 0) step.Check(YxProjectDb_Trace_InsertMany(h, traces), "traces");
-    std::vector<std::int64_t> traceKeys;
-    for (const auto& tr : traces) traceKeys.push_back(tr.iKey);
 
-    std::vector<SYxProjectDbRow_binobj> objects;
-    for (const auto& f : frames) {
-        const int t = f.iFrameIndex / kPositions, p = f.iFrameIndex % kPositions;
-        for (int k = 0; k < kObjectsPerFrame; ++k) {
-            const int x = 10 + k * 22 + t, y = 12 + k * 18 + (t % 3);
-            objects.push_back({0, runKey, f.iFrameIndex, layerKey, k + 1,
-                               traceKeys.empty() ? 0 : traceKeys[static_cast<std::size_t>(p * kObjectsPerFrame + k)], x,
-                               y, x + 14, y + 12, 120 + 3 * k + t});
-        }
+    // ---- the frames with their place in the loops, properties, qualifiers,
+    // tags, wells and objects, as the acquisition delivers them.
+    demo::SAcquisitionResult recorded;
+    if (step.status == 0) {
+        demo::SAcquisitionSetup acq;
+        acq.handle = h;
+        acq.runKey = runKey;
+        acq.acquireTask = acquireTask;
+        acq.t0 = YxProjectDb_Sys_JdnNow();
+        acq.fileKeys = fileKeys;
+        acq.timeLoop = timeLoop;
+        acq.positionLoop = positionLoop;
+        acq.focus = focus;
+        acq.temperature = temperature;
+        acq.area = area;
+        acq.intensity = intensity;
+        acq.wellQual = wellQual;
+        acq.phaseQual = phaseQual;
+        acq.wellNames.assign(std::begin(wells), std::end(wells));
+        acq.interphase = phases[0];
+        acq.mitosis = phases[1];
+        acq.reviewed = reviewed;
+        acq.plateKey = plateKey;
+        acq.wellKeys = wellKeys;
+        acq.layerKey = layerKey;
+        for (const auto& tr : traces) acq.traceKeys.push_back(tr.iKey);
+        const int rc = demo::DemoAcquire(acq, &recorded);
+        step.Check(rc, recorded.failedStep.c_str());
     }
-    if (step.status == 0) step.Check(YxProjectDb_Binobj_InsertMany(h, objects), "objects");
-    std::vector<SYxProjectDbRow_binobjprop> objectProps;
-    std::vector<SYxProjectDbRow_binobjqual> objectQuals;
-    for (const auto& o : objects) {
-        objectProps.push_back({0, o.iKey, area, runKey, o.iFrameIndex, static_cast<double>(o.iPixelCount)});
-        objectProps.push_back({0, o.iKey, intensity, runKey, o.iFrameIndex, 800.0 + std::fmod(o.iKey * 37.0, 200.0)});
-        objectQuals.push_back({0, o.iKey, phaseQual, runKey, o.iFrameIndex, phases[o.iKey % 7 == 0 ? 1 : 0]});
-    }
-    if (step.status == 0) step.Check(YxProjectDb_Binobjprop_InsertMany(h, objectProps), "object properties");
-    if (step.status == 0) step.Check(YxProjectDb_Binobjqual_InsertMany(h, objectQuals), "object qualifiers");
+    for (std::int64_t k : fileKeys)
+        if (step.status == 0) step.Check(YxProjectDb_File_Update(h, k, kTimepoints * 2), "file frame count");
+    if (step.status == 0) step.Check(YxProjectDb_Frameprop_InsertManySame(h, runKey, exposure, 120.0), "exposure");
     std::vector<SYxProjectDbRow_traceprop> traceProps;
     std::vector<SYxProjectDbRow_tracequal> traceQuals;
     for (const auto& tr : traces) {
@@ -406,8 +376,8 @@ int Demo(CYxToolCall& call) {
     std::printf("run folder: %s\n", Narrow(runPath).c_str());
     std::printf("recorded:   %d positions x %d time points = %zu frames, %zu files (%llu bytes), %zu objects, "
                 "%zu traces\n",
-                kPositions, kTimepoints, frames.size(), fileKeys.size(),
-                static_cast<unsigned long long>(YxProjectDb_File_GetManyFilesSize(h, runKey)), objects.size(),
+                kPositions, kTimepoints, recorded.frames, fileKeys.size(),
+                static_cast<unsigned long long>(YxProjectDb_File_GetManyFilesSize(h, runKey)), recorded.objects,
                 traces.size());
     std::printf("rows per table (whole database):\n");
     int count = 0;

@@ -130,3 +130,7 @@ struct SYxProjectDbFileInfo;
 // "no such file", "the file is read-only", "version 140 is newer than this
 // tool (newest 136)", ... `newest` is the newest main version of the flavour.
 std::string YxTool_InfoFailure(const SYxProjectDbFileInfo& info, int status, long long newest);
+
+// Why a file cannot be opened for reading, as SQLite sees it (SQLITE_CANTOPEN,
+// SQLITE_NOTADB, ...), for commands whose connect returned no handle.
+int YxTool_OpenFailure(const std::string& file);

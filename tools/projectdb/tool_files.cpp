@@ -4,6 +4,8 @@
 #include "gnr_projectdb/db.h"
 #include "gnr_projectdb/status.h"
 
+#include <sqlite3.h>
+
 std::string YxTool_InfoFailure(const SYxProjectDbFileInfo& info, int status, long long newest) {
     switch (status) {
     case YXPDB_E_GENERIC:
@@ -17,4 +19,12 @@ std::string YxTool_InfoFailure(const SYxProjectDbFileInfo& info, int status, lon
         return "the file is read-only";
     default: return "cannot open the file";
     }
+}
+
+int YxTool_OpenFailure(const std::string& file) {
+    sqlite3* db = nullptr;
+    int rc = sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    if (rc == SQLITE_OK) rc = sqlite3_exec(db, "SELECT count(*) FROM sqlite_master;", nullptr, nullptr, nullptr);
+    sqlite3_close(db);
+    return rc == SQLITE_OK ? SQLITE_CANTOPEN : rc;
 }

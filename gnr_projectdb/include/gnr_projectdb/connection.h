@@ -1,5 +1,6 @@
 // The connection registry: maps database handles (small integers) to open
-// SQLite connections and their per-connection progress handlers.
+// SQLite connections, their per-connection progress handlers and their
+// caches of prepared statements.
 //
 // Handle 0 is reserved and never issued. Released handle numbers are reused,
 // the one released longest ago first; otherwise handles count up 1, 2, 3...
@@ -7,7 +8,9 @@
 // Thread safety: every member except GetInstance takes the registry's one
 // mutex for its whole run, so handles may be opened, looked up and closed from
 // any thread. The lock does not cover the use of a connection: a handle must
-// not be used by two threads at once, nor disconnected while in use.
+// not be used by two threads at once, nor disconnected while in use. The
+// statement cache of a connection is used only by the thread that uses its
+// handle, and needs no lock of its own.
 // Progress handlers are read by SQLite's callback without the lock: add them
 // before and remove them after the statements they watch, on the same thread.
 #pragma once
@@ -17,10 +20,12 @@
 
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <vector>
 
 struct sqlite3;
+class CYxSqliteStmtCache;
 
 // Supplied by callers that watch long statements (for example to cancel them).
 class GNR_API IYxProjectDbProgressHandler {
@@ -31,25 +36,35 @@ public:
     virtual int OnProgress() = 0;
 };
 
-// A non-owning value wrapper of one SQLite connection pointer.
+// A non-owning value wrapper of one SQLite connection pointer, and, for a
+// connection resolved from a handle, of its statement cache.
 class GNR_API CYxProjectDbConnection {
 public:
     CYxProjectDbConnection() = default;
     CYxProjectDbConnection(sqlite3* db) : m_db(db) {}
+    CYxProjectDbConnection(sqlite3* db, CYxSqliteStmtCache* statements) : m_db(db), m_statements(statements) {}
     operator sqlite3*() const { return m_db; }
     sqlite3* Get() const { return m_db; }
     bool IsNull() const { return m_db == nullptr; }
+    // The statement cache of the connection; null for the null connection
+    // and for a connection that was not resolved from a handle.
+    CYxSqliteStmtCache* Statements() const { return m_statements; }
 
 private:
     sqlite3* m_db = nullptr;
+    CYxSqliteStmtCache* m_statements = nullptr;
 };
 
-// What the registry keeps per handle: the connection and its handlers.
+// What the registry keeps per handle: the connection, its handlers and its
+// statement cache (made on first use; copies of a state share it).
 class GNR_API CYxProjectDbConnectionState {
 public:
     CYxProjectDbConnectionState() = default;
     explicit CYxProjectDbConnectionState(sqlite3* db) : m_db(db) {}
-    operator CYxProjectDbConnection() const { return CYxProjectDbConnection(m_db); }
+    operator CYxProjectDbConnection() const { return CYxProjectDbConnection(m_db, m_statements.get()); }
+
+    // The statement cache, made on first use; null for the null connection.
+    CYxSqliteStmtCache* Statements();
 
     // Null is ignored and a handler is never added twice. Installs SQLite's
     // progress callback (every 10000 instructions) while any handler is set.
@@ -63,6 +78,7 @@ public:
 private:
     sqlite3* m_db = nullptr;
     std::vector<IYxProjectDbProgressHandler*> m_handlers;
+    std::shared_ptr<CYxSqliteStmtCache> m_statements;
 };
 
 class GNR_API CYxProjectDbConnectionManager {
@@ -95,8 +111,9 @@ private:
     std::deque<YxProjectDbHandle> m_free;
 };
 
-// Closes the connection of the handle and then releases the handle for reuse.
-// An unknown handle: nothing happens.
+// Finalizes the cached statements of the handle's connection, closes the
+// connection and then releases the handle for reuse. An unknown handle:
+// nothing happens.
 GNR_API void YxProjectDb_Db_Disconnect(YxProjectDbHandle handle);
 
 // Compares the "main", "plate" and "dish" versions of two databases, in this

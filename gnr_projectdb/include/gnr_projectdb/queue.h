@@ -43,7 +43,9 @@
 #include <memory>
 #include <vector>
 
-enum EYxQueueWorkerKind {
+// The enums are int-sized with every int value valid, so that Create can
+// refuse any value a caller passes.
+enum EYxQueueWorkerKind : int {
     eYxQueueWorker_ProcessInOrder = 0,
     eYxQueueWorker_ProcessOutOfOrder = 1,
     eYxQueueWorker_TransportInOrder = 2,
@@ -53,7 +55,7 @@ enum EYxQueueWorkerKind {
     eYxQueueWorker_ProcessRemove = 6,
 };
 
-enum EYxQueueItemState {
+enum EYxQueueItemState : int {
     eYxQueueItem_New = 0,        // not pushed yet
     eYxQueueItem_Queued = 1,     // pushed, not retired
     eYxQueueItem_Done = 2,       // went through every stage
@@ -61,7 +63,7 @@ enum EYxQueueItemState {
     eYxQueueItem_Cancelled = 4,  // the master was cancelled before it was done
 };
 
-enum EYxQueueFailurePolicy {
+enum EYxQueueFailurePolicy : int {
     // A failed item skips the remaining stages' work (in-order stages still
     // let it pass in its place) and retires as failed; the others go on.
     eYxQueueFailure_Continue = 0,

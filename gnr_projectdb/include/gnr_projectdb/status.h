@@ -54,6 +54,8 @@ enum EYxProjectDbStatus {
     YXPDB_E_QUEUE_ARGUMENT = -84,
     // Queue: an item's work threw an exception (the item's failure status).
     YXPDB_E_QUEUE_EXCEPTION = -85,
+    // Search: the expression does not parse (the error record says where).
+    YXPDB_E_SEARCH_SYNTAX = -90,
 };
 
 // The symbolic name of a status: "YXPDB_OK", "YXPDB_E_NOCONNECTION" and the

@@ -25,6 +25,7 @@
 #include "uisupport/yxprogressdialog.h"
 
 #include <cstdint>
+#include <vector>
 
 struct sqlite3;
 
@@ -33,7 +34,22 @@ enum {
     YX_PROJECTDB_APP_VERSION = 7,
 };
 
+// One migration step: the main version it leaves and the one it writes.
+struct SYxProjectDbUpgradeStep {
+    std::int64_t iFrom = 0;
+    std::int64_t iTo = 0;
+};
+
 // ---- jobs database
+
+// The main-version steps that YxProjectDb_Db_Jobs_Upgrade runs on a file at
+// main version `mainVersion`, in order (the silent step, the index check,
+// compaction and analysis are not listed). Changes nothing.
+//   0    *steps holds the steps (none for the current version 136);
+//   -9   a version on the way has no step: *steps holds the steps before it;
+//   -1   137 or above: newer than this library (*steps empty).
+// steps may be null.
+GNR_API int YxProjectDb_Db_Jobs_UpgradePlan(std::int64_t mainVersion, std::vector<SYxProjectDbUpgradeStep>* steps);
 
 // Brings a jobs database to main 136 and silent 1: the migration steps from
 // the file's main version on, then the silent step when the silent version
@@ -70,6 +86,10 @@ GNR_API int YxProjectDb_Db_Jobs_Cleanup(const wchar_t* path, CYxProgressDialog* 
 //        current file is answered with -9 too; check the version first
 //   the open status, or the status of the failed step (rolled back).
 GNR_API int YxProjectDb_Db_Vasq_Upgrade(const wchar_t* path, CYxProgressDialog* dialog);
+// The steps that YxProjectDb_Db_Vasq_Upgrade runs on a file at `version`.
+// 0 with the steps (none for 7); -9 for a version without a step (0, 5;
+// *steps empty); -1 above 7. steps may be null.
+GNR_API int YxProjectDb_Db_Vasq_UpgradePlan(std::int64_t version, std::vector<SYxProjectDbUpgradeStep>* steps);
 // Takes a version-5 file down to 4. -4, the open status, -9 for any other
 // version, or the step's status (rolled back).
 GNR_API int YxProjectDb_Db_Vasq_Downgrade(const wchar_t* path, CYxProgressDialog* dialog);

@@ -1,4 +1,4 @@
-#include "db_test_util.h"
+#include "test_query.h"
 
 std::vector<std::string> YxTest_QueryDb(sqlite3* db, const std::string& sql) {
     std::vector<std::string> rows;
