@@ -33,6 +33,9 @@ const SName kNames[] = {
     YX_NAME(YXPDB_E_QUEUE_ARGUMENT),
     YX_NAME(YXPDB_E_QUEUE_EXCEPTION),
     YX_NAME(YXPDB_E_SEARCH_SYNTAX),
+    YX_NAME(YXPDB_E_IMAGE),
+    YX_NAME(YXPDB_E_THUMB_SOURCE),
+    YX_NAME(YXPDB_E_THUMB_ARGUMENT),
     // Primary result codes (SQLITE_OK is 0, named above as the library's OK).
     YX_NAME(SQLITE_ERROR),
     YX_NAME(SQLITE_INTERNAL),

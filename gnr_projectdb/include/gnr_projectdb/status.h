@@ -56,6 +56,14 @@ enum EYxProjectDbStatus {
     YXPDB_E_QUEUE_EXCEPTION = -85,
     // Search: the expression does not parse (the error record says where).
     YXPDB_E_SEARCH_SYNTAX = -90,
+    // Pictures: an image (TIFF page or PNG bytes) that cannot be read or
+    // encoded.
+    YXPDB_E_IMAGE = -100,
+    // Thumbnails: the frame's image file cannot be read; a failure row keeps
+    // it from being tried again until the file changes.
+    YXPDB_E_THUMB_SOURCE = -101,
+    // Thumbnails: a null argument, or a level, plane or option out of range.
+    YXPDB_E_THUMB_ARGUMENT = -102,
 };
 
 // The symbolic name of a status: "YXPDB_OK", "YXPDB_E_NOCONNECTION" and the
