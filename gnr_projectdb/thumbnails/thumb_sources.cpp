@@ -13,6 +13,9 @@ CYxThumbSources::~CYxThumbSources() {
 }
 
 int CYxThumbSources::LoadLocked(const CYxStringW& runUuid, SRun** out) {
+    // The record layer refuses a quote in a text it compares with; no run
+    // has such a uuid.
+    if (runUuid.str().find(L'\'') != std::wstring::npos) return YXPDB_E_NOTFOUND;
     SYxProjectDbRow_jobrun run;
     int rc = YxProjectDb_Jobrun_GetOne(m_jobs, runUuid.c_str(), run);
     if (rc != 0) return rc;
