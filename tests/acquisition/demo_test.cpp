@@ -95,6 +95,6 @@ TEST(Demo, TwoRunsIntoOneConsistentDatabase) {
                    "JOIN project p ON p.iKey=r.iProjKeyRef")) {
         std::string listing;
         EXPECT_EQ(0, YxTest_RunCommand("ls '" + out + "/demo Projects/" + folder + "'", &listing));
-        EXPECT_NE(std::string::npos, listing.find("pos04.raw")) << listing;
+        EXPECT_NE(std::string::npos, listing.find("pos04.tif")) << listing;
     }
 }

@@ -28,10 +28,11 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <chrono>
-#include <iterator>
 #include <cstdio>
-#include <fstream>
+#include <cstdlib>
+#include <iterator>
 #include <list>
 #include <string>
 #include <vector>
@@ -43,7 +44,7 @@ using demo::kObjectsPerFrame;
 using demo::kPositions;
 using demo::kTimepoints;
 using demo::kWidth;
-const wchar_t* const kPlanes[] = {L"DAPI", L"GFP"};
+const wchar_t* const kPlaneNames[] = {L"DAPI", L"GFP"};
 enum { eLoopTime = 1, eLoopPosition = 2 };
 
 const wchar_t kProjectName[] = L"Demo project";
@@ -101,21 +102,20 @@ std::int64_t Qualstr(YxProjectDbHandle h, const wchar_t* value, SStep& step) {
     return FindOrInsert(h, CYxStringW::Format(L"wszName='%s'", value), row, step, "qualstr");
 }
 
-// A small raw image file standing in for the camera's output.
-bool WriteImageFile(const CYxStringW& path, int planes, int frames, int position) {
-    std::ofstream out(YxFs_NativeUtf8(path), std::ios::binary | std::ios::trunc);
-    std::vector<std::uint16_t> plane(static_cast<std::size_t>(kWidth * kHeight));
-    for (int f = 0; f < frames * planes; ++f) {
-        for (std::size_t i = 0; i < plane.size(); ++i) plane[i] = demo::PixelValue(i, f, position);
-        out.write(reinterpret_cast<const char*>(plane.data()), static_cast<std::streamsize>(plane.size() * 2));
-    }
-    return static_cast<bool>(out);
-}
-
 std::string Narrow(const CYxStringW& s) { return YxTool_Narrow(s.str()); }
 
 int Demo(CYxToolCall& call) {
     const auto started = std::chrono::steady_clock::now();
+    std::uint32_t seed = 1;
+    if (!call.Value("seed").empty()) {
+        const std::string text = call.Value("seed");
+        char* end = nullptr;
+        errno = 0;
+        const unsigned long long v = std::strtoull(text.c_str(), &end, 10);
+        if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || v > 0xFFFFFFFFull)
+            return call.Usage("--seed takes a whole number from 0 to 4294967295");
+        seed = static_cast<std::uint32_t>(v);
+    }
     const CYxStringW dir =
         YxFs_AddTrailingSeparator(CYxStringW(YxTool_Wide(call.ArgCount() == 0 ? "demo-output" : call.Arg(0))));
     if (YxFs_CreateDirectories(dir) != 0) return call.FailText(Narrow(dir), "cannot create the folder");
@@ -206,19 +206,23 @@ int Demo(CYxToolCall& call) {
     }
     const std::int64_t runKey = run.iKey;
 
-    // ---- image files, one per position, with their shared planes.
+    // ---- image files, one per position, with their shared planes: a
+    // multi-page 16-bit TIFF that the camera fills with the frames of its
+    // position, both planes of a frame one after the other.
     std::vector<std::int64_t> fileKeys;
+    std::vector<std::string> imagePaths;
     for (int p = 0; p < kPositions && step.status == 0; ++p) {
-        const CYxStringW name = CYxStringW::Format(L"pos%02d.raw", p + 1);
-        if (!WriteImageFile(runPath + name, 2, kTimepoints, p)) step.Check(-1, "image file");
+        const CYxStringW name = CYxStringW::Format(L"pos%02d.tif", p + 1);
+        imagePaths.push_back(YxFs_NativeUtf8(runPath + name));
         std::int64_t fileKey = 0;
-        if (!step.Check(YxProjectDb_File_Insert(h, runKey, name, kWidth, kHeight, 2, 1, 16, 0, 0.325, 1.0, &fileKey),
+        if (!step.Check(YxProjectDb_File_Insert(h, runKey, name, kWidth, kHeight, demo::kPlanes, 1, 16, 0, 0.325, 1.0,
+                                                &fileKey),
                         "file"))
             break;
         fileKeys.push_back(fileKey);
         for (int c = 0; c < 2 && step.status == 0; ++c) {
             const std::string desc = "{\"emission_nm\":" + std::to_string(c ? 525 : 461) + "}";
-            SYxProjectDbRow_planeinfo plane{0, kPlanes[c], 1, CYxByteArray(desc.data(), desc.size())};
+            SYxProjectDbRow_planeinfo plane{0, kPlaneNames[c], 1, CYxByteArray(desc.data(), desc.size())};
             step.Check(YxProjectDb_PlaneInfo_InsertOrReplace(h, fileKey, plane, c), "plane");
         }
     }
@@ -303,6 +307,8 @@ int Demo(CYxToolCall& call) {
         acq.acquireTask = acquireTask;
         acq.t0 = YxProjectDb_Sys_JdnNow();
         acq.fileKeys = fileKeys;
+        acq.imagePaths = imagePaths;
+        acq.seed = seed;
         acq.timeLoop = timeLoop;
         acq.positionLoop = positionLoop;
         acq.focus = focus;
@@ -323,7 +329,7 @@ int Demo(CYxToolCall& call) {
         step.Check(rc, recorded.failedStep.c_str());
     }
     for (std::int64_t k : fileKeys)
-        if (step.status == 0) step.Check(YxProjectDb_File_Update(h, k, kTimepoints * 2), "file frame count");
+        if (step.status == 0) step.Check(YxProjectDb_File_Update(h, k, kTimepoints), "file frame count");
     if (step.status == 0) step.Check(YxProjectDb_Frameprop_InsertManySame(h, runKey, exposure, 120.0), "exposure");
     std::vector<SYxProjectDbRow_traceprop> traceProps;
     std::vector<SYxProjectDbRow_tracequal> traceQuals;
@@ -374,6 +380,8 @@ int Demo(CYxToolCall& call) {
                 static_cast<long long>(jobdefKey), static_cast<long long>(programKey), taskKeys.size());
     std::printf("run:        key %lld, uuid %s\n", static_cast<long long>(runKey), Narrow(run.wszUuid).c_str());
     std::printf("run folder: %s\n", Narrow(runPath).c_str());
+    std::printf("images:     %d x %d, 16-bit grey, %d planes, seed %lu\n", kWidth, kHeight, demo::kPlanes,
+                static_cast<unsigned long>(seed));
     std::printf("recorded:   %d positions x %d time points = %zu frames, %zu files (%llu bytes), %zu objects, "
                 "%zu traces\n",
                 kPositions, kTimepoints, recorded.frames, fileKeys.size(),
@@ -392,7 +400,10 @@ int Demo(CYxToolCall& call) {
     return 0;
 }
 
-void Declare(CYxToolSyntax& s) { s.OptionalArgument("DIR", "the folder of the demo database (default: demo-output)"); }
+void Declare(CYxToolSyntax& s) {
+    s.OptionalArgument("DIR", "the folder of the demo database (default: demo-output)");
+    s.Value("seed", "N", "seed of the synthetic cell images (default 1): the same seed gives the same pixels");
+}
 }  // namespace
 
 YX_TOOL_COMMAND("demo", 10,

@@ -7,6 +7,8 @@
 #include "gnr_projectdb/records_binobj.h"
 #include "gnr_projectdb/records_frame.h"
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 #include <thread>
 
@@ -27,11 +29,11 @@ struct SObject {
 
 class CDemoWriter;
 
-// One frame: created by the producer with its place in the run and its DAPI
+// One frame: created by the camera with its place in the run and its DAPI
 // plane, analysed by a processing worker, written by the transporting one.
 class CDemoFrame : public IYxQueueItem {
 public:
-    CDemoFrame(const SAcquisitionSetup& setup, CDemoWriter& writer, int t, int p);
+    CDemoFrame(const SAcquisitionSetup& setup, CDemoWriter& writer, int t, int p, std::vector<std::uint16_t> dapi);
     int Process(int stage) override;
     int Transport(int stage) override;
 
@@ -138,15 +140,13 @@ private:
     std::vector<SObject> m_objects;
 };
 
-CDemoFrame::CDemoFrame(const SAcquisitionSetup& s, CDemoWriter& writer, int tp, int pos)
-    : setup(s), t(tp), p(pos), index(tp * kPositions + pos), m_writer(writer) {
+CDemoFrame::CDemoFrame(const SAcquisitionSetup& s, CDemoWriter& writer, int tp, int pos,
+                       std::vector<std::uint16_t> dapiPlane)
+    : setup(s), t(tp), p(pos), index(tp * kPositions + pos), dapi(std::move(dapiPlane)), m_writer(writer) {
     const std::size_t position = static_cast<std::size_t>(p);
     const double when = setup.t0 + (t * 300.0 + p * 4.0) / 86400.0;
     frame = {0, setup.runKey, setup.acquireTask, index, when,
              position < setup.fileKeys.size() ? setup.fileKeys[position] : 0, t};
-    // The camera's DAPI plane of this time point (the first of its planes).
-    dapi.resize(static_cast<std::size_t>(kWidth * kHeight));
-    for (std::size_t i = 0; i < dapi.size(); ++i) dapi[i] = PixelValue(i, t * kPlanes, p);
 }
 
 int CDemoFrame::Process(int) {
@@ -155,18 +155,40 @@ int CDemoFrame::Process(int) {
     props.push_back({0, run, 0, setup.temperature, index, 37.0 + 0.05 * (index % 5)});
     well = {0, run, index, setup.wellQual, setup.wellNames[static_cast<std::size_t>(p)]};
     reviewed = index % 5 == 0;
-    // Segmentation: one nucleus per trace of the position, drifting with time.
-    for (int k = 0; k < kObjectsPerFrame; ++k) {
-        const int x = 10 + k * 22 + t, y = 12 + k * 18 + (t % 3);
+    // Segmentation: the tracked nuclei of the position. Around where each
+    // one is expected, the pixels brighter than the background by the
+    // threshold are the object; its box is theirs (right and bottom
+    // exclusive), its area their count, its intensity their mean.
+    const std::vector<SDemoCell> cells = DemoCells(setup.seed, p, kWidth, kHeight);
+    for (int k = 0; k < kObjectsPerFrame && k < static_cast<int>(cells.size()); ++k) {
+        const SDemoCell& cell = cells[static_cast<std::size_t>(k)];
+        double cx = 0, cy = 0;
+        DemoCellAt(setup.seed, p, k, cell, t, &cx, &cy);
+        const int reach = static_cast<int>(std::ceil(2.5 * cell.sigma));
+        const int x0 = std::max(0, static_cast<int>(std::lround(cx)) - reach);
+        const int x1 = std::min(kWidth, static_cast<int>(std::lround(cx)) + reach + 1);
+        const int y0 = std::max(0, static_cast<int>(std::lround(cy)) - reach);
+        const int y1 = std::min(kHeight, static_cast<int>(std::lround(cy)) + reach + 1);
+        int left = kWidth, top = kHeight, right = 0, bottom = 0, count = 0;
+        double sum = 0;
+        for (int y = y0; y < y1; ++y)
+            for (int x = x0; x < x1; ++x) {
+                const std::uint16_t v = dapi[static_cast<std::size_t>(y * kWidth + x)];
+                if (v <= kDemoBackground + kNucleusThreshold) continue;
+                ++count;
+                sum += v;
+                left = std::min(left, x);
+                top = std::min(top, y);
+                right = std::max(right, x + 1);
+                bottom = std::max(bottom, y + 1);
+            }
+        if (count == 0) left = top = right = bottom = 0;
         const std::size_t trace = static_cast<std::size_t>(p * kObjectsPerFrame + k);
         SObject o;
         o.row = {0, run, index, setup.layerKey, k + 1, trace < setup.traceKeys.size() ? setup.traceKeys[trace] : 0,
-                 x, y, x + 14, y + 12, 120 + 3 * k + t};
-        o.area = o.row.iPixelCount;
-        double sum = 0;
-        for (int row = y; row < y + 12; ++row)
-            for (int col = x; col < x + 14; ++col) sum += dapi[static_cast<std::size_t>(row * kWidth + col)];
-        o.meanIntensity = sum / (14 * 12);
+                 left, top, right, bottom, count};
+        o.area = count;
+        o.meanIntensity = count ? sum / count : 0;
         const int ordinal = index * kObjectsPerFrame + k + 1;
         o.phase = ordinal % 7 == 0 ? setup.mitosis : setup.interphase;
         objects.push_back(o);
@@ -175,6 +197,43 @@ int CDemoFrame::Process(int) {
 }
 
 int CDemoFrame::Transport(int) { return m_writer.Add(*this); }
+
+// The camera: renders both planes of a frame and appends them to its
+// position's file. Used by the producer thread only.
+class CDemoCamera {
+public:
+    explicit CDemoCamera(const SAcquisitionSetup& setup) : m_setup(setup), m_files(setup.imagePaths.size()) {}
+
+    bool Open() {
+        bool ok = m_files.size() == static_cast<std::size_t>(kPositions);
+        for (std::size_t i = 0; i < m_files.size() && ok; ++i) ok = m_files[i].Open(m_setup.imagePaths[i], kTimepoints * kPlanes);
+        return ok;
+    }
+
+    // The DAPI plane of time point t at position p; false when the file
+    // could not be written.
+    bool Take(int t, int p, std::vector<std::uint16_t>& dapi) {
+        CDemoTiffWriter& file = m_files[static_cast<std::size_t>(p)];
+        RenderDemoPlane(m_setup.seed, p, 0, t, kWidth, kHeight, dapi);
+        if (!file.AddPage(dapi.data(), kWidth, kHeight)) return false;
+        for (int plane = 1; plane < kPlanes; ++plane) {
+            RenderDemoPlane(m_setup.seed, p, plane, t, kWidth, kHeight, m_scratch);
+            if (!file.AddPage(m_scratch.data(), kWidth, kHeight)) return false;
+        }
+        return true;
+    }
+
+    bool Close() {
+        bool ok = true;
+        for (CDemoTiffWriter& f : m_files) ok = f.Close() && ok;
+        return ok;
+    }
+
+private:
+    const SAcquisitionSetup& m_setup;
+    std::vector<CDemoTiffWriter> m_files;
+    std::vector<std::uint16_t> m_scratch;
+};
 
 }  // namespace
 
@@ -196,18 +255,34 @@ int DemoAcquire(const SAcquisitionSetup& setup, SAcquisitionResult* result) {
         return rc;
     }
 
+    CDemoCamera camera(setup);
+    bool imagesWritten = camera.Open();
     CYxQueueMaster* master = queue.get();
-    std::thread camera([&setup, &writer, master] {
+    std::thread producer([&setup, &writer, &camera, &imagesWritten, master] {
         try {
-            for (int t = 0; t < kTimepoints; ++t)
-                for (int p = 0; p < kPositions; ++p)
-                    if (master->Push(std::make_unique<CDemoFrame>(setup, writer, t, p)) != 0) return;
+            for (int t = 0; t < kTimepoints && imagesWritten; ++t)
+                for (int p = 0; p < kPositions; ++p) {
+                    std::vector<std::uint16_t> dapi;
+                    if (!camera.Take(t, p, dapi)) {
+                        imagesWritten = false;
+                        break;
+                    }
+                    if (master->Push(std::make_unique<CDemoFrame>(setup, writer, t, p, std::move(dapi))) != 0) return;
+                }
         } catch (...) {
-            master->Cancel();
+            imagesWritten = false;
         }
+        if (!imagesWritten) master->Cancel();
     });
-    camera.join();
+    producer.join();
+    imagesWritten = camera.Close() && imagesWritten;
     rc = queue->Wait();
+    if (!imagesWritten && writer.status() == 0) {
+        result->failedStep = "image file";
+        result->frames = writer.framesWritten();
+        result->objects = writer.objectsWritten();
+        return YXPDB_E_GENERIC;
+    }
     // A failed write stopped the queue; otherwise the last batch went with
     // its time point and nothing is left.
     if (rc == 0) rc = writer.Flush();
