@@ -310,7 +310,7 @@ TEST(DemoImageSeed, SameSeedSamePixelsOtherSeedOthers) {
 
 TEST(DemoImageSeed, ASeedThatIsNoNumberIsWrongUse) {
     CYxTempDir dir;
-    for (const char* bad : {"x", "-1", "+3", "4294967296", "12abc"}) {
+    for (const char* bad : {"x", "-1", "+3", "4294967296", "12abc", ""}) {
         SCOPED_TRACE(bad);
         const SToolResult r = RunTool({"demo", dir.Path() + "/d", "--seed", bad});
         EXPECT_EQ(2, r.exitCode);

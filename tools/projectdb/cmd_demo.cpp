@@ -107,12 +107,12 @@ std::string Narrow(const CYxStringW& s) { return YxTool_Narrow(s.str()); }
 int Demo(CYxToolCall& call) {
     const auto started = std::chrono::steady_clock::now();
     std::uint32_t seed = 1;
-    if (!call.Value("seed").empty()) {
+    if (call.Flag("seed")) {
         const std::string text = call.Value("seed");
         char* end = nullptr;
         errno = 0;
         const unsigned long long v = std::strtoull(text.c_str(), &end, 10);
-        if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || v > 0xFFFFFFFFull)
+        if (text.empty() || text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || v > 0xFFFFFFFFull)
             return call.Usage("--seed takes a whole number from 0 to 4294967295");
         seed = static_cast<std::uint32_t>(v);
     }
