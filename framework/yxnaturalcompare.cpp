@@ -1,7 +1,8 @@
 #include "framework/yxnaturalcompare.h"
 
 #include <cwchar>
-#include <cwctype>
+#include "framework/yxunicode.h"
+
 
 namespace {
 
@@ -39,8 +40,8 @@ int YxNaturalCompareN(const wchar_t* a, std::size_t na, const wchar_t* b, std::s
             j = eb;
             continue;
         }
-        const wint_t x = std::towlower(static_cast<wint_t>(a[i]));
-        const wint_t y = std::towlower(static_cast<wint_t>(b[j]));
+        const wchar_t x = yx::FoldCase(a[i]);
+        const wchar_t y = yx::FoldCase(b[j]);
         if (x != y) return x < y ? -1 : 1;
         ++i;
         ++j;

@@ -2,11 +2,11 @@
 
 #include "framework/yxclocale.h"
 #include "framework/yxdiag.h"
+#include "framework/yxunicode.h"
 #include "framework/yxutf8.h"
 
 #include <cwchar>
 #include <cstdio>
-#include <cwctype>
 
 namespace yxformat_detail {
 
@@ -220,20 +220,20 @@ int CYxStringW::CompareNoCase(const wchar_t* other) const {
     const wchar_t* a = m_s.c_str();
     const wchar_t* b = other ? other : L"";
     for (;; ++a, ++b) {
-        wint_t x = std::towlower(static_cast<wint_t>(*a));
-        wint_t y = std::towlower(static_cast<wint_t>(*b));
+        const wchar_t x = yx::FoldCase(*a);
+        const wchar_t y = yx::FoldCase(*b);
         if (x != y) return x < y ? -1 : 1;
         if (!*a) return 0;
     }
 }
 
 CYxStringW& CYxStringW::MakeLower() {
-    for (auto& c : m_s) c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+    for (auto& c : m_s) c = yx::ToLower(c);
     return *this;
 }
 
 CYxStringW& CYxStringW::MakeUpper() {
-    for (auto& c : m_s) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+    for (auto& c : m_s) c = yx::ToUpper(c);
     return *this;
 }
 

@@ -1,13 +1,14 @@
 // Text helpers: alphanumeric copies, folder names and id strings.
 #include "gnr_projectdb/sys.h"
 
+#include "framework/yxunicode.h"
+
 #include <cwchar>
-#include <cwctype>
 
 CYxStringW YxProjectDb_Sys_ReplaceNonAlnum(const wchar_t* text, wchar_t replacement) {
     CYxStringW out(text);
     for (wchar_t& c : out.str())
-        if (!std::iswalnum(static_cast<wint_t>(c))) c = replacement;
+        if (!yx::IsWordCharacter(c)) c = replacement;
     return out;
 }
 

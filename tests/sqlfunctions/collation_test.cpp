@@ -85,4 +85,11 @@ TEST_P(CollationTest, ComparisonsAndIndexes) {
     EXPECT_EQ(2, One("SELECT count(*) FROM w WHERE name > 'WELL 9'").i);
 }
 
+TEST_P(CollationTest, CaseFoldsInEveryScript) {
+    Open(":memory:", GetParam());
+    // "Äpfel" = "äpfel"; "б2" < "Б10" whatever the process locale.
+    EXPECT_EQ(1, One("SELECT '\xC3\x84pfel' = '\xC3\xA4pfel' COLLATE wcs_collation").i);
+    EXPECT_EQ(1, One("SELECT '\xD0\xB1" "2' < '\xD0\x91" "10' COLLATE wcs_collation").i);
+}
+
 INSTANTIATE_TEST_SUITE_P(Encodings, CollationTest, ::testing::Values("UTF-8", "UTF-16le", "UTF-16be"));

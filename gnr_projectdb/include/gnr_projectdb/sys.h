@@ -60,7 +60,8 @@ GNR_API CYxStringW YxProjectDb_Sys_DayJdnFormatShort(double jdn);
 // Returns a new uuid as 32 lower-case hexadecimal digits, no separators.
 GNR_API CYxStringW YxProjectDb_Sys_UuidAsText();
 // Returns a copy of the text with every character that is not a letter or
-// digit (iswalnum) replaced by `replacement`.
+// digit replaced by `replacement`: letters of any script, decimal digits and
+// combining marks stay, by Unicode's character classes whatever the locale.
 GNR_API CYxStringW YxProjectDb_Sys_ReplaceNonAlnum(const wchar_t* text, wchar_t replacement);
 // Returns the name without its numbering. The name is trimmed first; with
 // withBlank, a trailing blank followed by digits is cut off ("Run 12" ->
