@@ -4,7 +4,9 @@
 #   scripts/test.sh --sanitize   ASan + UBSan build in build-asan/
 #   scripts/test.sh --tsan       ThreadSanitizer build in build-tsan/: builds and
 #                                runs only the threaded suites below
-# With CI set, the normal run is followed by the --tsan one.
+# With CI set, the normal run is followed by a second run of the suite under
+# LC_ALL=de_DE.UTF-8 (comma decimals; the test programs take the locale from
+# the environment) and by the --tsan one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # Test executables that run real threads and are clean under ThreadSanitizer
@@ -31,5 +33,6 @@ export BUILD_DIR
 ./scripts/build.sh
 (cd "$BUILD_DIR" && ctest --output-on-failure -j "$(nproc)" "$@")
 if [ -n "${CI:-}" ] && [ "$BUILD_DIR" = build ]; then
+    (cd "$BUILD_DIR" && LC_ALL=de_DE.UTF-8 ctest --output-on-failure -j "$(nproc)" "$@")
     BUILD_DIR=build-tsan ./scripts/test.sh --tsan
 fi
