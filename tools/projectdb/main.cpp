@@ -62,7 +62,9 @@ void PrintCommandHelp(const SYxToolCommand& c, const CYxToolSyntax& syntax) {
     for (const auto& a : syntax.Arguments()) std::printf("  %-18s %s\n", a.name.c_str(), a.description.c_str());
     std::printf("\noptions:\n");
     for (const auto& o : syntax.Options()) {
-        const std::string left = "--" + o.name + (o.valueName.empty() ? "" : " " + o.valueName);
+        // A one-letter option is written with one dash, as the parser takes it.
+        const std::string left =
+            (o.name.size() == 1 ? "-" : "--") + o.name + (o.valueName.empty() ? "" : " " + o.valueName);
         std::printf("  %-18s %s\n", left.c_str(), o.description.c_str());
     }
     std::printf("  %-18s %s\n  %-18s %s\n  %-18s %s\n", "-h, --help", "this text", "--version",

@@ -32,7 +32,7 @@ std::string CYxToolSyntax::Synopsis() const {
     std::string s;
     for (const SItem& o : m_options) {
         if (!s.empty()) s += ' ';
-        s += "[--" + o.name + (o.valueName.empty() ? "" : " " + o.valueName) + "]";
+        s += "[" + std::string(o.name.size() == 1 ? "-" : "--") + o.name + (o.valueName.empty() ? "" : " " + o.valueName) + "]";
     }
     for (const SItem& a : m_arguments) {
         if (!s.empty()) s += ' ';
