@@ -180,6 +180,41 @@ TEST(ThumbsCommand, SheetIsAGridOfLabelledThumbnails) {
     }
 }
 
+TEST(ThumbsCommand, FramesWithoutAnImageAreCountedAndCrossedOut) {
+    SDemo demo;
+    // The fourth position's file (frames 3, 7, 11, ...) is gone.
+    const SToolResult folder =
+        RunTool({"sql", demo.db, "SELECT p.wszFolderName || '/' || replace(r.wszFolderName, '\\', '/') "
+                                 "FROM jobrun r JOIN project p ON p.iKey=r.iProjKeyRef"});
+    ASSERT_EQ(0, folder.exitCode) << folder.err;
+    const std::string image = demo.dir.Path() + "/demo Projects/" + folder.out.substr(0, folder.out.find('\n')) + "/pos04.tif";
+    ASSERT_TRUE(std::filesystem::remove(image)) << image;
+
+    const SCounts c = Build({"thumbs", "build", demo.db});
+    EXPECT_EQ(72, c.made);
+    EXPECT_EQ(24, c.failed);
+    const SToolResult info = RunTool({"thumbs", "info", demo.db});
+    EXPECT_EQ(24, NumberAfter(info.out, "failures:   ")) << info.out;
+
+    const std::string png = demo.dir.Path() + "/sheet.png";
+    const SToolResult r = RunTool({"thumbs", "sheet", demo.db, "--run", demo.run, "-o", png});
+    ASSERT_EQ(0, r.exitCode) << r.out << r.err;
+    EXPECT_EQ(12, NumberAfter(r.out, "pixels\n")) << r.out;
+    const SSheet sheet = ReadSheet(png);
+    const int thumb = 128, margin = 8, label = 20, columns = 8;
+    ASSERT_EQ(columns * thumb + (columns + 1) * margin, sheet.width);
+    for (int i = 0; i < 48; ++i) {
+        SCOPED_TRACE("cell " + std::to_string(i));
+        const int x0 = margin + (i % columns) * (thumb + margin);
+        const int y0 = margin + (i / columns) * (thumb + label + margin);
+        // A cross: frame, both diagonals, nothing else.
+        const bool crossed = sheet.At(x0, y0) == 128 && sheet.At(x0 + thumb - 1, y0 + thumb - 1) == 128 &&
+                             sheet.At(x0 + thumb / 2, y0 + thumb / 2) == 128 &&
+                             sheet.At(x0 + thumb / 2, y0 + thumb / 4) == 40;
+        EXPECT_EQ(i % 4 == 3, crossed);
+    }
+}
+
 TEST(ThumbsCommand, WrongUseIsOneLineAndExitTwo) {
     SDemo demo;
     const std::string png = demo.dir.Path() + "/x.png";
