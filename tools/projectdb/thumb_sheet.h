@@ -17,10 +17,10 @@
 #include <vector>
 
 struct SYxSheetLayout {
-    static const int kMargin = 8;
-    static const std::uint8_t kBackground = 40;
-    static const std::uint8_t kInk = 255;        // the digits
-    static const std::uint8_t kMissing = 128;    // the cross of a cell without a thumbnail
+    static constexpr int kMargin = 8;
+    static constexpr std::uint8_t kBackground = 40;
+    static constexpr std::uint8_t kInk = 255;        // the digits
+    static constexpr std::uint8_t kMissing = 128;    // the cross of a cell without a thumbnail
 
     int columns = 0, rows = 0;
     int thumbWidth = 0, thumbHeight = 0;  // the thumbnail box of a cell
