@@ -10,6 +10,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <map>
@@ -54,6 +55,14 @@ std::vector<SPage> ReadTiff(const std::string& path) {
     } while (TIFFReadDirectory(tif));
     TIFFClose(tif);
     return pages;
+}
+
+// A number as SQLite prints it, whatever the process locale.
+double Number(const std::string& text) {
+    double v = 0;
+    const auto r = std::from_chars(text.data(), text.data() + text.size(), v);
+    EXPECT_TRUE(r.ec == std::errc() && r.ptr == text.data() + text.size()) << text;
+    return v;
 }
 
 double Median(std::vector<std::uint16_t> v) {
@@ -267,7 +276,7 @@ TEST_F(DemoImages, RecordedNucleiAreThoseOfTheImages) {
         ASSERT_GT(area, 20);
         ASSERT_TRUE(l >= 0 && t >= 0 && l < r && t < b && r <= static_cast<int>(dapi.width) &&
                     b <= static_cast<int>(dapi.height));
-        EXPECT_DOUBLE_EQ(area, std::stod(c[7]));
+        EXPECT_DOUBLE_EQ(area, Number(c[7]));
         std::vector<std::uint16_t> box;
         for (int y = t; y < b; ++y)
             for (int x = l; x < r; ++x) box.push_back(dapi.pixels[static_cast<std::size_t>(y) * dapi.width + x]);
@@ -275,7 +284,7 @@ TEST_F(DemoImages, RecordedNucleiAreThoseOfTheImages) {
         std::sort(box.rbegin(), box.rend());
         double sum = 0;
         for (int i = 0; i < area; ++i) sum += box[static_cast<std::size_t>(i)];
-        EXPECT_NEAR(sum / area, std::stod(c[8]), 1e-6);
+        EXPECT_NEAR(sum / area, Number(c[8]), 1e-6);
         // A nucleus is far brighter than the background around it.
         EXPECT_GT(sum / area, 3 * Median(dapi.pixels));
     }
