@@ -4,12 +4,11 @@
 // "gnr.projectdb.debug=true"). Thread-safe: Qt's message handler serialises.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 
 enum EYxDiagLevel { eYxDiagInfo = 0, eYxDiagWarning = 1 };
 
-GNR_API void YxDiag_Write(const char* file, int line, EYxDiagLevel level, const wchar_t* text);
+void YxDiag_Write(const char* file, int line, EYxDiagLevel level, const wchar_t* text);
 
 #define YX_DIAG_INFO(...) \
     YxDiag_Write(__FILE__, __LINE__, eYxDiagInfo, CYxStringW::Format(__VA_ARGS__).c_str())

@@ -21,7 +21,6 @@
 #pragma once
 
 #include "framework/yxbytearray.h"
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 
 #include <memory>
@@ -42,7 +41,7 @@ enum { YX_LITEVARIANT_MAX_DEPTH = 32 };
 
 struct SYxLiteVariantData;  // the decoded tree (Qt CBOR values), private
 
-class GNR_API CYxLiteVariantW {
+class CYxLiteVariantW {
 public:
     CYxLiteVariantW();
     ~CYxLiteVariantW();
@@ -78,7 +77,7 @@ private:
     std::unique_ptr<SYxLiteVariantData> m_d;
 };
 
-class GNR_API CYxLiteVariantR {
+class CYxLiteVariantR {
 public:
     CYxLiteVariantR();
     // Loads the bytes; Status() tells the outcome.

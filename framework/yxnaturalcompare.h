@@ -11,12 +11,11 @@
 // SQLite collation and for std::sort. Pure and thread-safe.
 #pragma once
 
-#include "framework/yxexport.h"
 
 #include <cstddef>
 
 // Returns <0, 0 or >0. A null pointer is read as the empty text.
-GNR_API int YxNaturalCompare(const wchar_t* a, const wchar_t* b);
+int YxNaturalCompare(const wchar_t* a, const wchar_t* b);
 // The same over counted texts (no terminator needed; zeros are plain
 // characters).
-GNR_API int YxNaturalCompareN(const wchar_t* a, std::size_t na, const wchar_t* b, std::size_t nb);
+int YxNaturalCompareN(const wchar_t* a, std::size_t na, const wchar_t* b, std::size_t nb);

@@ -3,7 +3,6 @@
 // translator (or without a QCoreApplication) the source text is returned.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 
-GNR_API CYxStringW YX_GetTranslation(const char* context, const wchar_t* text);
+CYxStringW YX_GetTranslation(const char* context, const wchar_t* text);

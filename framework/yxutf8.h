@@ -6,17 +6,16 @@
 // Both functions are pure and thread-safe.
 #pragma once
 
-#include "framework/yxexport.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-GNR_API std::string YxUtf8FromWide(const wchar_t* s, std::size_t n);
-GNR_API std::wstring YxWideFromUtf8(const char* s, std::size_t n);
+std::string YxUtf8FromWide(const wchar_t* s, std::size_t n);
+std::wstring YxWideFromUtf8(const char* s, std::size_t n);
 
 // Appends instead of returning, so a caller can reuse one buffer per row.
-GNR_API void YxUtf8AppendWide(std::string& out, const wchar_t* s, std::size_t n);
+void YxUtf8AppendWide(std::string& out, const wchar_t* s, std::size_t n);
 
 inline std::string YxUtf8FromWide(std::wstring_view s) { return YxUtf8FromWide(s.data(), s.size()); }
 inline std::wstring YxWideFromUtf8(std::string_view s) { return YxWideFromUtf8(s.data(), s.size()); }

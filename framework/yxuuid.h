@@ -1,7 +1,6 @@
 // Uuid generation for row identities. Thread-safe.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 
 #include <cstdint>
@@ -14,4 +13,4 @@ struct SYxUuid {
 };
 
 // A new random (version 4) uuid.
-GNR_API SYxUuid YxUuid_Create();
+SYxUuid YxUuid_Create();

@@ -12,6 +12,8 @@
 // seconds, or the year, together with the separator next to them.
 #include "gnr_projectdb/sys.h"
 
+#include "framework/yxdatetime.h"
+
 #include "framework/yxutf8.h"
 
 #include <clocale>

@@ -1,6 +1,8 @@
 // YxProjectDb_Sys_JdnParse: ISO dates and the compact file-name form.
 #include "gnr_projectdb/sys.h"
 
+#include "framework/yxdatetime.h"
+
 #include <cwctype>
 
 namespace {

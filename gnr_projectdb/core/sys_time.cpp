@@ -2,6 +2,8 @@
 // text of file and folder names. All in UTC.
 #include "gnr_projectdb/sys.h"
 
+#include "framework/yxdatetime.h"
+
 double YxProjectDb_Sys_JdnNow() { return YxJdn_Now(); }
 
 void YxProjectDb_Sys_JdnToST(double jdn, SYxSystemTime* st) {

@@ -3,20 +3,19 @@
 // files, results. Immutable; safe to read from any thread.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_tabledef.h"
 
 enum { YX_PROJECTDB_APP_SCHEMA_VERSION = 7, YX_PROJECTDB_APP_TABLE_COUNT = 7 };
 
 // The seven definitions in creation order; *count receives 7 when given.
-GNR_API const SYxSqliteTableDef* const* YxProjectDb_Schema_GetAppTables(int* count);
-GNR_API const SYxSqliteTableDef* YxProjectDb_Schema_FindAppTable(const wchar_t* name);
+const SYxSqliteTableDef* const* YxProjectDb_Schema_GetAppTables(int* count);
+const SYxSqliteTableDef* YxProjectDb_Schema_FindAppTable(const wchar_t* name);
 
 // The definitions one by one.
-extern GNR_API const SYxSqliteTableDef YxAppDef_version;
-extern GNR_API const SYxSqliteTableDef YxAppDef_settings;
-extern GNR_API const SYxSqliteTableDef YxAppDef_assayrecipe;
-extern GNR_API const SYxSqliteTableDef YxAppDef_definitions;
-extern GNR_API const SYxSqliteTableDef YxAppDef_measurements;
-extern GNR_API const SYxSqliteTableDef YxAppDef_files;
-extern GNR_API const SYxSqliteTableDef YxAppDef_results;
+extern const SYxSqliteTableDef YxAppDef_version;
+extern const SYxSqliteTableDef YxAppDef_settings;
+extern const SYxSqliteTableDef YxAppDef_assayrecipe;
+extern const SYxSqliteTableDef YxAppDef_definitions;
+extern const SYxSqliteTableDef YxAppDef_measurements;
+extern const SYxSqliteTableDef YxAppDef_files;
+extern const SYxSqliteTableDef YxAppDef_results;

@@ -20,7 +20,6 @@
 #pragma once
 
 #include "framework/yxbytearray.h"
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_tabledef.h"
 
@@ -35,7 +34,7 @@ struct sqlite3;
 struct sqlite3_stmt;
 class CYxSqliteStmtCache;
 
-class GNR_API CYxSqliteCmd {
+class CYxSqliteCmd {
 public:
     CYxSqliteCmd();
     CYxSqliteCmd(sqlite3* db, const wchar_t* sql);
@@ -171,7 +170,7 @@ void BindValue(CYxSqliteCmd& cmd, int pos, const T& v) {
 }
 // The cache key of a typed command: its kind, the definition, a conflict
 // clause and a column list.
-GNR_API std::string StmtKey(char kind, const SYxSqliteTableDef& def, const wchar_t* clause,
+std::string StmtKey(char kind, const SYxSqliteTableDef& def, const wchar_t* clause,
                             const std::vector<const wchar_t*>* columns);
 template <class T>
 bool IsNullValue(const SYxSqliteNullValue& nv, const T& v) {
@@ -198,7 +197,7 @@ enum EYxSqliteSelectBy { eYxSelectByColumns };
 // SELECT of every column of a table (or of a column list), optionally by key
 // or by a condition text (the part after WHERE) and a tail clause (such as
 // "ORDER BY ..."), optionally DISTINCT. The key is bound, never formatted.
-class GNR_API CYxSqliteSelect : public CYxSqliteCmd {
+class CYxSqliteSelect : public CYxSqliteCmd {
 public:
     CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def);
     CYxSqliteSelect(sqlite3* db, const SYxSqliteTableDef& def, std::int64_t key);
@@ -235,7 +234,7 @@ private:
 
 // INSERT of one row at a time; the primary key is left out and assigned by
 // SQLite. The conflict clause is given as text ("OR REPLACE", " OR IGNORE ").
-class GNR_API CYxSqliteInsert : public CYxSqliteCmd {
+class CYxSqliteInsert : public CYxSqliteCmd {
 public:
     CYxSqliteInsert(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* clause = nullptr);
     CYxSqliteInsert(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns,
@@ -286,7 +285,7 @@ private:
 // unless one is open already (IsTransactionOwner tells). Finish() - or the
 // destructor - commits the owned transaction, or rolls it back when the last
 // row failed as busy, so that none of the rows of that pass remain.
-class GNR_API CYxSqliteInsertTransacted : public CYxSqliteInsert {
+class CYxSqliteInsertTransacted : public CYxSqliteInsert {
 public:
     CYxSqliteInsertTransacted(sqlite3* db, const SYxSqliteTableDef& def, const wchar_t* clause = nullptr);
     CYxSqliteInsertTransacted(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns,
@@ -306,7 +305,7 @@ private:
 };
 
 // UPDATE of the row with a given key: of every non-key column, or of a list.
-class GNR_API CYxSqliteUpdate : public CYxSqliteCmd {
+class CYxSqliteUpdate : public CYxSqliteCmd {
 public:
     CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def);
     CYxSqliteUpdate(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns);
@@ -348,7 +347,7 @@ private:
 };
 
 // DELETE by key (Row(key)) or by a list of columns (Row(values...)).
-class GNR_API CYxSqliteDelete : public CYxSqliteCmd {
+class CYxSqliteDelete : public CYxSqliteCmd {
 public:
     CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def);
     CYxSqliteDelete(sqlite3* db, const SYxSqliteTableDef& def, const std::vector<const wchar_t*>& columns);

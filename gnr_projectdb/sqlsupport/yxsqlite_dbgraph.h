@@ -14,7 +14,6 @@
 // definitions it points to are immutable constants.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_tabledef.h"
 
 #include <vector>
@@ -29,7 +28,7 @@ struct SYxSqliteDbGraphNode {
 // Visitor of Walk: non-zero stops the walk, and Walk returns that value.
 typedef int (*PFYxSqliteDbGraphVisit)(void* context, const SYxSqliteDbGraphNode& node, int index);
 
-class GNR_API CYxSqliteDbGraph {
+class CYxSqliteDbGraph {
 public:
     // Empties the graph.
     void Create();

@@ -18,7 +18,6 @@
 // All functions are stateless and thread-safe.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_tabledef.h"
 
@@ -28,35 +27,35 @@ struct sqlite3;
 
 // 0 when the text may stand between single quotes (it holds no "'"), else
 // SQLITE_ERROR (1) with a diagnostic line. A null text counts as empty.
-GNR_API int YxSqlite_CheckQuotedText(const wchar_t* text);
+int YxSqlite_CheckQuotedText(const wchar_t* text);
 
 // 0 when the name is a plain identifier: an ASCII letter or "_", then ASCII
 // letters, digits and "_", at most 128 characters. Else SQLITE_ERROR (1)
 // with a diagnostic line. Null or empty names are refused.
-GNR_API int YxSqlite_CheckIdentifier(const wchar_t* name);
+int YxSqlite_CheckIdentifier(const wchar_t* name);
 
 // 0 when the name is a column of the table definition (exact spelling), else
 // SQLITE_ERROR (1) with a diagnostic line.
-GNR_API int YxSqlite_CheckColumn(const SYxSqliteTableDef& def, const wchar_t* name);
+int YxSqlite_CheckColumn(const SYxSqliteTableDef& def, const wchar_t* name);
 
 // Whether a value is one that SQLite takes for "PRAGMA journal_mode=" (delete,
 // truncate, persist, memory, wal, off) or "PRAGMA synchronous=" (off, normal,
 // full, extra, 0 to 3), case-insensitively. Values read from a file are
 // checked with these before they reach a pragma.
-GNR_API bool YxSqlite_IsJournalModeValue(const wchar_t* value);
-GNR_API bool YxSqlite_IsSynchronousValue(const wchar_t* value);
+bool YxSqlite_IsJournalModeValue(const wchar_t* value);
+bool YxSqlite_IsSynchronousValue(const wchar_t* value);
 
 namespace yxsqlite_detail {
 // What may follow the one statement of a text: 0 when the tail (the rest of
 // the text after sqlite3_prepare_v2) holds only blanks, comments and
 // semicolons; SQLITE_ERROR when it holds anything else (a further statement,
 // or text that does not prepare). Nothing in the tail is run.
-GNR_API int CheckSingleStatementTail(sqlite3* db, const char* tail);
+int CheckSingleStatementTail(sqlite3* db, const char* tail);
 
 // The guard over a formatted argument list: 0, or SQLITE_ERROR when an
 // argument that the format places inside '...' holds a "'" (or inside "..."
 // holds a '"').
-GNR_API int CheckQuotedArgs(const wchar_t* format, const SYxFormatArg* args, std::size_t count);
+int CheckQuotedArgs(const wchar_t* format, const SYxFormatArg* args, std::size_t count);
 }  // namespace yxsqlite_detail
 
 // CYxStringW::Format for SQL texts: the same format language, and every

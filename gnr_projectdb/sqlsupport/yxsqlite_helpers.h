@@ -8,7 +8,6 @@
 // connection is used by one thread at a time.
 #pragma once
 
-#include "framework/yxexport.h"
 #include "framework/yxstring.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_tabledef.h"
 
@@ -19,16 +18,16 @@ struct sqlite3;
 // Opens the file with the given SQLite open flags (2 = read-write without
 // create, 6 = read-write with create, 1 = read-only). On failure *db is
 // closed and set to null and the code returned; *error receives the message.
-GNR_API int YxSqlite_Open(const wchar_t* path, sqlite3** db, int flags, CYxStringW* error = nullptr);
+int YxSqlite_Open(const wchar_t* path, sqlite3** db, int flags, CYxStringW* error = nullptr);
 // As YxSqlite_Open with an optional key. Keys are not supported by the
 // SQLite build in use: a non-empty key fails with SQLITE_MISUSE.
-GNR_API int YxSqlite_OpenEncrypted(const wchar_t* path, sqlite3** db, int flags, int keyLength, const void* key,
+int YxSqlite_OpenEncrypted(const wchar_t* path, sqlite3** db, int flags, int keyLength, const void* key,
                                    CYxStringW* error = nullptr);
 // As YxSqlite_OpenEncrypted, and then waits (30 ms steps, up to 60 s) while
 // another connection holds the file locked so that its schema cannot be read.
-GNR_API int YxSqlite_OpenEncryptedBlocking(const wchar_t* path, sqlite3** db, int flags, int keyLength,
+int YxSqlite_OpenEncryptedBlocking(const wchar_t* path, sqlite3** db, int flags, int keyLength,
                                            const void* key, CYxStringW* error = nullptr);
-GNR_API int YxSqlite_Close(sqlite3* db);
+int YxSqlite_Close(sqlite3* db);
 
 // Runs every statement of the script in order and stops at the first
 // failure, returning its code. With report false nothing is written to the
@@ -38,74 +37,74 @@ GNR_API int YxSqlite_Close(sqlite3* db);
 // itself (the connection was in autocommit mode before it) has that
 // transaction rolled back, so the connection is never left inside it; a
 // transaction that was open before the script stays open for its owner.
-GNR_API int YxSqlite_Execute(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr, bool report = true);
+int YxSqlite_Execute(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr, bool report = true);
 // Runs exactly one statement. Text after it (other than blanks, comments and
 // semicolons) makes the call fail with SQLITE_ERROR before anything runs, so
 // a value spliced into the statement can never smuggle in a second one.
-GNR_API int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStringW* error = nullptr,
+int YxSqlite_ExecuteSingle(sqlite3* db, const wchar_t* statement, CYxStringW* error = nullptr,
                                    bool report = true);
 // As YxSqlite_Execute, but a statement that meets a busy database is retried
 // every 30 ms for up to 60 s.
-GNR_API int YxSqlite_ExecuteBlocking(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr);
+int YxSqlite_ExecuteBlocking(sqlite3* db, const wchar_t* script, CYxStringW* error = nullptr);
 
 // First column of the first row of a query (exactly one statement, else
 // SQLITE_ERROR). No row sets *error to SQLITE_DONE (101); a failed query sets
 // it to the failure code; else 0.
-GNR_API std::int64_t YxSqlite_ReadOneInt64(sqlite3* db, const wchar_t* query, int* error = nullptr);
-GNR_API CYxStringW YxSqlite_ReadOneStringW(sqlite3* db, const wchar_t* query, int* error = nullptr);
-GNR_API double YxSqlite_ReadOneDouble(sqlite3* db, const wchar_t* query, int* error = nullptr);
+std::int64_t YxSqlite_ReadOneInt64(sqlite3* db, const wchar_t* query, int* error = nullptr);
+CYxStringW YxSqlite_ReadOneStringW(sqlite3* db, const wchar_t* query, int* error = nullptr);
+double YxSqlite_ReadOneDouble(sqlite3* db, const wchar_t* query, int* error = nullptr);
 
 // Begins a (deferred) transaction.
-GNR_API int YxSqlite_StartTransaction(sqlite3* db);
+int YxSqlite_StartTransaction(sqlite3* db);
 // Begins a transaction on each connection that has none open; the flags tell
 // which transactions were begun here. When the second begin fails, the first
 // one begun here is rolled back and both flags are false.
-GNR_API int YxSqlite_TryTwoDatabasesTransaction(bool* began1, bool* began2, sqlite3* db1, sqlite3* db2);
+int YxSqlite_TryTwoDatabasesTransaction(bool* began1, bool* began2, sqlite3* db1, sqlite3* db2);
 
 // Copies the whole main database of source into target (online backup).
-GNR_API int YxSqlite_Backup(sqlite3* source, sqlite3* target);
+int YxSqlite_Backup(sqlite3* source, sqlite3* target);
 // Progress callback: (context, pages copied, total pages); non-zero aborts.
 typedef int (*PFYxSqliteBackupProgress)(void* context, int done, int total);
 // As YxSqlite_Backup, copying pagesPerStep pages per step (<= 0: all) and
 // sleeping sleepMs between steps, with progress after every step. An abort
 // from the callback returns SQLITE_ABORT (4) and leaves the target as it was
 // (SQLite rolls back the incomplete backup).
-GNR_API int YxSqlite_BackupRunning(sqlite3* source, sqlite3* target, int pagesPerStep, int sleepMs,
+int YxSqlite_BackupRunning(sqlite3* source, sqlite3* target, int pagesPerStep, int sleepMs,
                                    PFYxSqliteBackupProgress progress, void* context);
 
 // File name of the main database ("" for an in-memory or null connection).
-GNR_API CYxStringW YxSqlite_Filename(sqlite3* db);
+CYxStringW YxSqlite_Filename(sqlite3* db);
 // "SQLite error <code>: <message>" of the connection's last error.
-GNR_API CYxStringW YxSqlite_GetShowableErrorMessage(sqlite3* db);
+CYxStringW YxSqlite_GetShowableErrorMessage(sqlite3* db);
 
 // ---- generators. Index names are stable: idx_<table>_<column> (own plain
 // index), uidx_<table>_<column> (own unique index) and
 // idx_<table>_<col1>_<col2>... (composite group).
 
-GNR_API CYxStringW YxSqlite_CreateTableSqlCommand(const SYxSqliteTableDef& def);
+CYxStringW YxSqlite_CreateTableSqlCommand(const SYxSqliteTableDef& def);
 // The same columns under another table name (indexes are not included).
-GNR_API CYxStringW YxSqlite_CreateTableExSqlCommand(const SYxSqliteTableDef& def, const wchar_t* tableName);
+CYxStringW YxSqlite_CreateTableExSqlCommand(const SYxSqliteTableDef& def, const wchar_t* tableName);
 // CREATE TABLE followed by the CREATE INDEX statements of the definition.
-GNR_API CYxStringW YxSqlite_CreateTableWithIndexesSqlCommand(const SYxSqliteTableDef& def);
+CYxStringW YxSqlite_CreateTableWithIndexesSqlCommand(const SYxSqliteTableDef& def);
 // CREATE INDEX of one column's own index ("" when the column has none).
-GNR_API CYxStringW YxSqlite_CreateColumnIndexSqlCommand(const wchar_t* tableName, const SYxSqliteColDef& col);
+CYxStringW YxSqlite_CreateColumnIndexSqlCommand(const wchar_t* tableName, const SYxSqliteColDef& col);
 // Every index of the definition as CREATE INDEX IF NOT EXISTS: running it
 // creates the missing ones and leaves the others alone.
-GNR_API CYxStringW YxSqlite_CheckTableIndexesSqlCommand(const SYxSqliteTableDef& def);
+CYxStringW YxSqlite_CheckTableIndexesSqlCommand(const SYxSqliteTableDef& def);
 // DROP INDEX IF EXISTS for every index, then DROP TABLE IF EXISTS.
-GNR_API CYxStringW YxSqlite_DropTableAndIndexesSqlCommand(const SYxSqliteTableDef& def);
+CYxStringW YxSqlite_DropTableAndIndexesSqlCommand(const SYxSqliteTableDef& def);
 // Names of the indexes that the definition asks for, in creation order.
-GNR_API std::vector<CYxStringW> YxSqlite_IndexNames(const SYxSqliteTableDef& def);
+std::vector<CYxStringW> YxSqlite_IndexNames(const SYxSqliteTableDef& def);
 // The same indexes with their columns in order and whether they are unique.
 struct SYxSqliteIndexDef {
     CYxStringW name;
     std::vector<const wchar_t*> columns;
     bool bUnique = false;
 };
-GNR_API std::vector<SYxSqliteIndexDef> YxSqlite_IndexList(const SYxSqliteTableDef& def);
+std::vector<SYxSqliteIndexDef> YxSqlite_IndexList(const SYxSqliteTableDef& def);
 // SQL type word of a column type.
-GNR_API const wchar_t* YxSqlite_TypeName(EYxSqliteColType type);
+const wchar_t* YxSqlite_TypeName(EYxSqliteColType type);
 
 // The schema as an XML document: <schema version="..."> with one <table> per
 // definition, its <column>s, its <unique> group and its <index> groups.
-GNR_API CYxStringW YxSqlite_GetAllDefsAsXml(int version, const SYxSqliteTableDef* const* defs, int count);
+CYxStringW YxSqlite_GetAllDefsAsXml(int version, const SYxSqliteTableDef* const* defs, int count);

@@ -18,11 +18,10 @@
 // never throws.
 #pragma once
 
-#include "framework/yxexport.h"
 
 struct sqlite3;
 
-class GNR_API CYxSqliteTransaction {
+class CYxSqliteTransaction {
 public:
     CYxSqliteTransaction(sqlite3* db, bool retry = true, int period = 30);
     ~CYxSqliteTransaction();

@@ -1,6 +1,8 @@
 // Julian-day values: calendar fields, file-name texts, parsing and display.
 #include "gnr_projectdb/sys.h"
 
+#include "framework/yxdatetime.h"
+
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 

@@ -11,7 +11,6 @@
 #include "demo_acquisition.h"
 #include "tool.h"
 
-#include "framework/yxfilesystem.h"
 #include "gnr_projectdb/connection.h"
 #include "gnr_projectdb/db.h"
 #include "gnr_projectdb/holders.h"
@@ -32,6 +31,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
 #include <list>
 #include <string>
@@ -116,13 +116,15 @@ int Demo(CYxToolCall& call) {
             return call.Usage("--seed takes a whole number from 0 to 4294967295");
         seed = static_cast<std::uint32_t>(v);
     }
-    const CYxStringW dir =
-        YxFs_AddTrailingSeparator(CYxStringW(YxTool_Wide(call.ArgCount() == 0 ? "demo-output" : call.Arg(0))));
-    if (YxFs_CreateDirectories(dir) != 0) return call.FailText(Narrow(dir), "cannot create the folder");
-    const CYxStringW dbPath = dir + L"demo.gnrdb";
+    const std::filesystem::path dir = std::filesystem::u8path(call.ArgCount() == 0 ? "demo-output" : call.Arg(0));
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    if (ec || !std::filesystem::is_directory(dir, ec)) return call.FailText(dir.u8string(), "cannot create the folder");
+    const std::filesystem::path dbFile = dir / "demo.gnrdb";
+    const CYxStringW dbPath = CYxStringW::FromUtf8(dbFile.u8string());
 
     bool created = false;
-    if (!YxFs_Exists(dbPath)) {
+    if (!std::filesystem::exists(dbFile, ec)) {
         const int rc = YxProjectDb_Db_Jobs_CreateWithUpgrades(dbPath);
         if (rc != 0) return call.Fail(Narrow(dbPath), "cannot create the database", rc);
         created = true;
@@ -213,7 +215,7 @@ int Demo(CYxToolCall& call) {
     std::vector<std::string> imagePaths;
     for (int p = 0; p < kPositions && step.status == 0; ++p) {
         const CYxStringW name = CYxStringW::Format(L"pos%02d.tif", p + 1);
-        imagePaths.push_back(YxFs_NativeUtf8(runPath + name));
+        imagePaths.push_back((runPath + name).ToUtf8());
         std::int64_t fileKey = 0;
         if (!step.Check(YxProjectDb_File_Insert(h, runKey, name, kWidth, kHeight, demo::kPlanes, 1, 16, 0, 0.325, 1.0,
                                                 &fileKey),

@@ -6,7 +6,6 @@
 #include "gnr_projectdb/db.h"
 #include "gnr_projectdb/diagnostics.h"
 #include "gnr_projectdb/schema.h"
-#include "gnr_projectdb/sqlsupport/yxsqlite_helpers.h"
 #include "gnr_projectdb/sys.h"
 
 #include <cstdio>
@@ -43,7 +42,7 @@ int RunSchema(CYxToolCall& call) {
     int count = 0;
     const SYxSqliteTableDef* const* defs = YxProjectDb_Schema_GetJobsTables(&count);
     for (int i = 0; i < count; ++i)
-        std::fputs(YxTool_Narrow(YxSqlite_CreateTableWithIndexesSqlCommand(*defs[i]).str()).c_str(), stdout);
+        std::fputs(YxTool_Narrow(YxProjectDb_Schema_CreateSql(defs[i]).str()).c_str(), stdout);
     return 0;
 }
 

@@ -11,7 +11,7 @@
 #pragma once
 
 #include "demo_images.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/db.h"
 
 #include <cstdint>

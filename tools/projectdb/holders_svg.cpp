@@ -1,7 +1,7 @@
 // A holder layout as an SVG picture (holders_svg.h).
 #include "holders_svg.h"
 
-#include "framework/yxutf8.h"
+#include "gnr_projectdb/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -24,7 +24,7 @@ std::string Num(double v) {
 
 std::string Escape(const std::wstring& text) {
     std::string out;
-    for (char c : YxUtf8FromWide(text)) {
+    for (char c : CYxStringW(text).ToUtf8()) {
         switch (c) {
         case '&': out += "&amp;"; break;
         case '<': out += "&lt;"; break;

@@ -1,8 +1,8 @@
 // The declared syntax of a sub-command and the parsed call it receives.
 #include "tool.h"
 
-#include "framework/yxutf8.h"
 #include "gnr_projectdb/status.h"
+#include "gnr_projectdb/text.h"
 
 #include <QCommandLineParser>
 
@@ -79,5 +79,5 @@ int CYxToolCall::Usage(const std::string& what) const {
     return 2;
 }
 
-std::wstring YxTool_Wide(const std::string& s) { return YxWideFromUtf8(s); }
-std::string YxTool_Narrow(const std::wstring& s) { return YxUtf8FromWide(s); }
+std::wstring YxTool_Wide(const std::string& s) { return CYxStringW::FromUtf8(s).str(); }
+std::string YxTool_Narrow(const std::wstring& s) { return CYxStringW(s).ToUtf8(); }

@@ -34,8 +34,7 @@
 // a time.
 #pragma once
 
-#include "uisupport/yxprogressdialog.h"
-#include "uisupport/yxquestionbox.h"
+#include "gnr_projectdb/ui.h"
 
 #include <chrono>
 #include <cstdint>

@@ -15,7 +15,7 @@
 // before and remove them after the statements they watch, on the same thread.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 #include "gnr_projectdb/status.h"
 
 #include <deque>

@@ -10,8 +10,8 @@
 // thread at a time.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/connection.h"
 #include "gnr_projectdb/status.h"
 

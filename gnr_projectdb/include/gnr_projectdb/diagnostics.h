@@ -27,8 +27,8 @@
 // pure function.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/status.h"
 
 #include <cstdint>

@@ -41,8 +41,8 @@
 // handle from one thread at a time.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/holders_layout.h"
 #include "gnr_projectdb/rows.h"
 #include "gnr_projectdb/status.h"

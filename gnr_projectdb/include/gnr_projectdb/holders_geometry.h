@@ -17,9 +17,9 @@
 // any thread may call any function.
 #pragma once
 
-#include "framework/yxbytearray.h"
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/bytes.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/status.h"
 
 #include <cstdint>

@@ -19,12 +19,13 @@
 // Threads: a handle is used by one thread at a time.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 #include "gnr_projectdb/status.h"
 
-#include <QJsonValue>
-
 #include <cstdint>
+
+// Qt Core's JSON value; callers include <QJsonValue> to make or read one.
+class QJsonValue;
 
 // The member's value: numbers as double (integers that fit exactly, too),
 // texts, true/false, null, and arrays and objects as parsed JSON.

@@ -24,8 +24,8 @@
 // any thread.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/records_jobdef.h"
 #include "gnr_projectdb/status.h"
 

@@ -13,8 +13,8 @@
 // Threads: pure functions, callable from any thread.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/rows.h"
 
 enum EYxProjectDbPrintFlags {

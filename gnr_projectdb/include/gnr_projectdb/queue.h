@@ -35,7 +35,7 @@
 // failure (YXPDB_E_QUEUE_EXCEPTION); one from a callback is swallowed.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 #include "gnr_projectdb/status.h"
 
 #include <cstdint>

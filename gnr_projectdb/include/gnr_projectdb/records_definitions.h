@@ -19,8 +19,8 @@
 // one row and every caller receives its key.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/rows.h"
 #include "gnr_projectdb/status.h"
 

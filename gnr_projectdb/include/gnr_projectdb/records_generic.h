@@ -16,8 +16,8 @@
 // Threads: a handle is used by one thread at a time.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/rows.h"
 #include "gnr_projectdb/status.h"
 

@@ -19,9 +19,9 @@
 // Threads: a handle is used by one thread at a time.
 #pragma once
 
-#include "framework/yxbytearray.h"
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/bytes.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/rows.h"
 #include "gnr_projectdb/status.h"
 

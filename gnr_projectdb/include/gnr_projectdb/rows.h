@@ -18,8 +18,8 @@
 // Records are plain values: thread safety as for any value.
 #pragma once
 
-#include "framework/yxbytearray.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/bytes.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/schema.h"
 
 #include <cstdint>

@@ -5,8 +5,9 @@
 // may be read from any thread.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "gnr_projectdb/sqlsupport/yxsqlite_tabledef.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/tabledef.h"
+#include "gnr_projectdb/text.h"
 
 #include "gnr_projectdb/jobs_schema.inc"
 
@@ -21,3 +22,7 @@ YX_JOBS_TABLE_LIST(YX_DECLARE_JOBS_DEF)
 GNR_API const SYxSqliteTableDef* const* YxProjectDb_Schema_GetJobsTables(int* count);
 // The definition of a table by name (exact, lower case), or null.
 GNR_API const SYxSqliteTableDef* YxProjectDb_Schema_FindJobsTable(const wchar_t* name);
+// The CREATE TABLE statement of a definition followed by the CREATE INDEX
+// statements of its indexes, each ending in ";\n", as a new database holds
+// them. A null definition gives "".
+GNR_API CYxStringW YxProjectDb_Schema_CreateSql(const SYxSqliteTableDef* def);

@@ -3,7 +3,7 @@
 // summing, spread and order aggregates, and wcs_collation.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 #include "gnr_projectdb/status.h"
 
 struct sqlite3;

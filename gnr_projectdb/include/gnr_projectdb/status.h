@@ -3,7 +3,7 @@
 // otherwise the SQLite result code of the failed statement.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 
 #include <cstdint>
 

@@ -4,11 +4,23 @@
 // pointers make the call do nothing (or return false); nothing throws.
 #pragma once
 
-#include "framework/yxdatetime.h"
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 
 #include <vector>
+
+// Calendar record (the platform's SYSTEMTIME role): month 1..12,
+// day of week 0 = Sunday .. 6 = Saturday.
+struct SYxSystemTime {
+    int wYear = 0;
+    int wMonth = 0;
+    int wDayOfWeek = 0;
+    int wDay = 0;
+    int wHour = 0;
+    int wMinute = 0;
+    int wSecond = 0;
+    int wMilliseconds = 0;
+};
 
 // ---- Julian-day values (UTC, SQLite's julianday() scale)
 

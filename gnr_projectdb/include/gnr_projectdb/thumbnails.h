@@ -30,8 +30,8 @@
 // store a new thumbnail meanwhile waits for it.
 #pragma once
 
-#include "framework/yxexport.h"
-#include "framework/yxstring.h"
+#include "gnr_projectdb/export.h"
+#include "gnr_projectdb/text.h"
 #include "gnr_projectdb/status.h"
 
 #include <atomic>

@@ -20,9 +20,9 @@
 // caller's thread.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 #include "gnr_projectdb/status.h"
-#include "uisupport/yxprogressdialog.h"
+#include "gnr_projectdb/ui.h"
 
 #include <cstdint>
 #include <vector>

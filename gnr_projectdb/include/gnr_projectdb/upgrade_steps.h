@@ -12,7 +12,7 @@
 // named 014 to 015 writes version 16.
 #pragma once
 
-#include "framework/yxexport.h"
+#include "gnr_projectdb/export.h"
 
 struct sqlite3;
 

@@ -1,7 +1,8 @@
 // Export marker for the gnr_projectdb shared library.
 //
-// The library is built with hidden symbol visibility; everything that callers
-// may reach is marked GNR_API. Tests link the same object code statically and
+// The library is built with hidden symbol visibility; everything that the
+// public headers declare for callers is marked GNR_API, and nothing else is
+// exported. The library's own tests link the same object code statically and
 // so see every symbol regardless of the marker.
 #pragma once
 
