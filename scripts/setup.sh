@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(build-essential cmake ninja-build pkg-config libsqlite3-dev qtbase5-dev
           libgtest-dev libgmock-dev libbenchmark-dev sqlite3
-          librsvg2-bin graphviz libtbb-dev libtiff-dev libpng-dev locales)
+          librsvg2-bin graphviz libtbb-dev libtiff-dev libpng-dev locales doxygen)
 
 missing=()
 for p in "${PACKAGES[@]}"; do

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the whole test suite.
-#   scripts/test.sh              normal build in build/
+#   scripts/test.sh              normal build in build/, then the install
+#                                test (scripts/test_install.sh) and the docs
 #   scripts/test.sh --sanitize   ASan + UBSan build in build-asan/
 #   scripts/test.sh --tsan       ThreadSanitizer build in build-tsan/: builds and
 #                                runs only the threaded suites below
@@ -32,6 +33,15 @@ BUILD_DIR="${BUILD_DIR:-build}"
 export BUILD_DIR
 ./scripts/build.sh
 (cd "$BUILD_DIR" && ctest --output-on-failure -j "$(nproc)" "$@")
+if [ "${GNR_SANITIZE:-OFF}" != ON ]; then
+    # What an outside caller gets: the installed tree, the headers alone, the
+    # example through find_package and pkg-config; then the API reference,
+    # whose target fails on any Doxygen warning.
+    ./scripts/test_install.sh
+    if command -v doxygen >/dev/null 2>&1; then
+        cmake --build "$BUILD_DIR" --target docs
+    fi
+fi
 if [ -n "${CI:-}" ] && [ "$BUILD_DIR" = build ]; then
     (cd "$BUILD_DIR" && LC_ALL=de_DE.UTF-8 ctest --output-on-failure -j "$(nproc)" "$@")
     BUILD_DIR=build-tsan ./scripts/test.sh --tsan

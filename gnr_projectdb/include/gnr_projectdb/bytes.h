@@ -1,5 +1,6 @@
-// CYxByteArray: the framework's byte array, the value type of BLOB columns.
-// A plain value over std::vector<uint8_t>; thread safety as for any value.
+/// \file
+/// CYxByteArray: the framework's byte array, the value type of BLOB columns.
+/// A plain value over std::vector<uint8_t>; thread safety as for any value.
 #pragma once
 
 #include "gnr_projectdb/export.h"

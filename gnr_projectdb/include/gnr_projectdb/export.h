@@ -1,9 +1,10 @@
-// Export marker for the gnr_projectdb shared library.
-//
-// The library is built with hidden symbol visibility; everything that the
-// public headers declare for callers is marked GNR_API, and nothing else is
-// exported. The library's own tests link the same object code statically and
-// so see every symbol regardless of the marker.
+/// \file
+/// Export marker for the gnr_projectdb shared library.
+///
+/// The library is built with hidden symbol visibility; everything that the
+/// public headers declare for callers is marked GNR_API, and nothing else is
+/// exported. The library's own tests link the same object code statically and
+/// so see every symbol regardless of the marker.
 #pragma once
 
 #if defined(_WIN32)

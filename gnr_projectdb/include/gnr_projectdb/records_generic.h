@@ -1,19 +1,20 @@
-// The common record operations for every table of the jobs database, one
-// overload per row record (generated from the schema list), so that a caller
-// can read and fill any table - also those without operations of their own
-// (propdef, qualdef, tagdef, qualstr, assayrun, assayrecipe, the holder
-// tables, graphsettings, dbinfo, settings, the link tables of runs ...).
-//
-// Every function resolves the handle first. Statuses: 0 on success; -9 when
-// the handle has no connection (nothing is read, written or changed, and no
-// out-argument is touched except that a key out-argument is set to 0);
-// otherwise the SQLite result code of the failed statement.
-//
-// Condition columns and texts are formatted into the SQL text, not bound: a
-// text with a single quote, or an unknown column name, fails with the SQLite
-// status and changes nothing.
-//
-// Threads: a handle is used by one thread at a time.
+/// \file
+/// The common record operations for every table of the jobs database, one
+/// overload per row record (generated from the schema list), so that a caller
+/// can read and fill any table - also those without operations of their own
+/// (propdef, qualdef, tagdef, qualstr, assayrun, assayrecipe, the holder
+/// tables, graphsettings, dbinfo, settings, the link tables of runs ...).
+///
+/// Every function resolves the handle first. Statuses: 0 on success; -9 when
+/// the handle has no connection (nothing is read, written or changed, and no
+/// out-argument is touched except that a key out-argument is set to 0);
+/// otherwise the SQLite result code of the failed statement.
+///
+/// Condition columns and texts are formatted into the SQL text, not bound: a
+/// text with a single quote, or an unknown column name, fails with the SQLite
+/// status and changes nothing.
+///
+/// Threads: a handle is used by one thread at a time.
 #pragma once
 
 #include "gnr_projectdb/export.h"
@@ -59,14 +60,14 @@ YX_JOBS_TABLE_LIST(YX_DECLARE_ROW_OPS)
 // Operations by table name (lower case, as in the schema). An unknown table
 // name: -13.
 
-// "DELETE FROM <table> WHERE <table>.<column>=<key>;".
+/// "DELETE FROM <table> WHERE <table>.<column>=<key>;".
 GNR_API int YxProjectDb_Table_DeleteByParent(YxProjectDbHandle handle, const wchar_t* table, const wchar_t* column,
                                              std::int64_t key);
-// Deletes the rows whose wszUuid is in the list. Null or empty list: 0, no
-// statement.
+/// Deletes the rows whose wszUuid is in the list. Null or empty list: 0, no
+/// statement.
 GNR_API int YxProjectDb_Table_DeleteManyByUuid(YxProjectDbHandle handle, const wchar_t* table,
                                                const std::vector<CYxStringW>* uuids);
-// Number of rows of "WHERE <where>" (all rows for null or "") into *count
-// (untouched on failure).
+/// Number of rows of "WHERE <where>" (all rows for null or "") into *count
+/// (untouched on failure).
 GNR_API int YxProjectDb_Table_Count(YxProjectDbHandle handle, const wchar_t* table, const wchar_t* where,
                                     std::int64_t* count);

@@ -1,13 +1,14 @@
-// CYxStringW: the library's wide string, a small value class over
-// std::wstring (UTF-32 on Linux), and its type-safe printf-style formatter.
-// Every text that the public functions take or return is one.
-//
-// Thread safety: a string is a plain value; distinct objects may be used from
-// different threads, one object must not be written by two threads at once.
-//
-// Text is stored in SQLite as UTF-8; FromUtf8 and ToUtf8 convert with the
-// same functions that the library uses at that boundary (invalid input
-// becomes U+FFFD).
+/// \file
+/// CYxStringW: the library's wide string, a small value class over
+/// std::wstring (UTF-32 on Linux), and its type-safe printf-style formatter.
+/// Every text that the public functions take or return is one.
+///
+/// Thread safety: a string is a plain value; distinct objects may be used from
+/// different threads, one object must not be written by two threads at once.
+///
+/// Text is stored in SQLite as UTF-8; FromUtf8 and ToUtf8 convert with the
+/// same functions that the library uses at that boundary (invalid input
+/// becomes U+FFFD).
 #pragma once
 
 #include "gnr_projectdb/export.h"
@@ -20,12 +21,12 @@
 
 class CYxStringW;
 
-// One argument of a format call, type-erased but tagged, so that the
-// formatter can refuse a conversion that does not fit the argument.
+/// One argument of a format call, type-erased but tagged, so that the
+/// formatter can refuse a conversion that does not fit the argument.
 struct SYxFormatArg {
     enum EKind { eSigned, eUnsigned, eDouble, eWideText, eNarrowText, eChar, ePointer };
     EKind kind;
-    int size;  // byte width of integer arguments (4 or 8), 0 otherwise
+    int size;  ///< byte width of integer arguments (4 or 8), 0 otherwise
     union {
         long long i;
         unsigned long long u;
@@ -42,7 +43,7 @@ namespace yxformat_detail {
 template <class T>
 SYxFormatArg MakeArg(const T& value);
 
-// n of (size_t)-1 means: a zero-terminated text (or null).
+/// n of (size_t)-1 means: a zero-terminated text (or null).
 GNR_API SYxFormatArg ArgFromWide(const wchar_t* s, std::size_t n);
 GNR_API SYxFormatArg ArgFromNarrow(const char* s);
 
@@ -73,7 +74,7 @@ SYxFormatArg MakeArg(const T& value) {
         a.kind = SYxFormatArg::eDouble;
         a.v.d = static_cast<double>(value);
     } else if constexpr (std::is_same_v<U, const wchar_t*> || std::is_same_v<U, wchar_t*>) {
-        a = ArgFromWide(value, static_cast<std::size_t>(-1));  // length measured inside
+        a = ArgFromWide(value, static_cast<std::size_t>(-1));  ///< length measured inside
     } else if constexpr (std::is_same_v<U, std::wstring> || std::is_same_v<U, std::wstring_view>) {
         a = ArgFromWide(value.data(), value.size());
     } else if constexpr (std::is_same_v<U, CYxStringW>) {
@@ -89,11 +90,11 @@ SYxFormatArg MakeArg(const T& value) {
     return a;
 }
 
-// Interprets a format against the arguments. A conversion whose argument
-// has the wrong type (or a missing argument) does not read anything: the
-// output receives "<format error>" at that place and a diagnostic is written.
-// The same holds for a width or precision above 4096: numbers in a format are
-// read without overflow, and no field grows beyond that bound.
+/// Interprets a format against the arguments. A conversion whose argument
+/// has the wrong type (or a missing argument) does not read anything: the
+/// output receives "<format error>" at that place and a diagnostic is written.
+/// The same holds for a width or precision above 4096: numbers in a format are
+/// read without overflow, and no field grows beyond that bound.
 GNR_API std::wstring FormatArgs(const wchar_t* format, const SYxFormatArg* args, std::size_t count);
 
 }  // namespace yxformat_detail
@@ -107,8 +108,8 @@ public:
     CYxStringW(std::wstring_view s) : m_s(s) {}
     CYxStringW(std::size_t count, wchar_t ch) : m_s(count, ch) {}
 
-    // Format: "%s" takes a wide string, "%d"/"%I32d" a 32-bit integer, "%I64d"
-    // a 64-bit integer, "%lf"/"%f"/"%g" a double, "%x" and widths as usual.
+    /// Format: "%s" takes a wide string, "%d"/"%I32d" a 32-bit integer, "%I64d"
+    /// a 64-bit integer, "%lf"/"%f"/"%g" a double, "%x" and widths as usual.
     template <class... A>
     static CYxStringW Format(const wchar_t* format, const A&... args) {
         if constexpr (sizeof...(A) == 0) {
@@ -124,7 +125,7 @@ public:
         return *this;
     }
 
-    // UTF-8 conversion (invalid input becomes U+FFFD).
+    /// UTF-8 conversion (invalid input becomes U+FFFD).
     static CYxStringW FromUtf8(std::string_view utf8);
     std::string ToUtf8() const;
 
@@ -137,8 +138,8 @@ public:
     void Empty() { m_s.clear(); }
     wchar_t operator[](std::size_t i) const { return m_s[i]; }
 
-    int Compare(const wchar_t* other) const;        // <0, 0, >0
-    int CompareNoCase(const wchar_t* other) const;  // simple case folding
+    int Compare(const wchar_t* other) const;        ///< <0, 0, >0
+    int CompareNoCase(const wchar_t* other) const;  ///< simple case folding
     bool EqualsNoCase(const wchar_t* other) const { return CompareNoCase(other) == 0; }
 
     CYxStringW& MakeLower();
@@ -146,12 +147,12 @@ public:
     CYxStringW& Trim(const wchar_t* chars = L" \t\r\n\f\v");
     CYxStringW& TrimLeft(const wchar_t* chars = L" \t\r\n\f\v");
     CYxStringW& TrimRight(const wchar_t* chars = L" \t\r\n\f\v");
-    int Replace(const wchar_t* from, const wchar_t* to);  // returns the count replaced
+    int Replace(const wchar_t* from, const wchar_t* to);  ///< returns the count replaced
     CYxStringW Left(std::size_t n) const { return CYxStringW(m_s.substr(0, n)); }
     CYxStringW Mid(std::size_t pos, std::size_t n = std::wstring::npos) const;
     CYxStringW Right(std::size_t n) const;
-    long long Find(const wchar_t* what, std::size_t from = 0) const;  // -1 when absent
-    long long ReverseFind(wchar_t ch) const;                           // -1 when absent
+    long long Find(const wchar_t* what, std::size_t from = 0) const;  ///< -1 when absent
+    long long ReverseFind(wchar_t ch) const;                           ///< -1 when absent
     bool StartsWith(const wchar_t* prefix) const;
     bool EndsWith(const wchar_t* suffix) const;
 

@@ -1,15 +1,16 @@
-// The migration steps of the jobs database, one exported function per step.
-//
-// Each step takes a connection prepared for upgrades (foreign keys off,
-// legacy ALTER TABLE, the `version` bridge; see the upgrade driver) inside the
-// driver's transaction, runs one script that moves the file from its source
-// version to its target version, and returns 0 or the SQLite status of the
-// statement that failed. Steps neither begin nor end transactions; callers
-// normally reach them through YxProjectDb_Db_Jobs_Upgrade, which runs them
-// in order from the file's version on.
-//
-// Two steps do not advance by one: 048 goes to 060 and 079 to 100. The step
-// named 014 to 015 writes version 16.
+/// \file
+/// The migration steps of the jobs database, one exported function per step.
+///
+/// Each step takes a connection prepared for upgrades (foreign keys off,
+/// legacy ALTER TABLE, the `version` bridge; see the upgrade driver) inside the
+/// driver's transaction, runs one script that moves the file from its source
+/// version to its target version, and returns 0 or the SQLite status of the
+/// statement that failed. Steps neither begin nor end transactions; callers
+/// normally reach them through YxProjectDb_Db_Jobs_Upgrade, which runs them
+/// in order from the file's version on.
+///
+/// Two steps do not advance by one: 048 goes to 060 and 079 to 100. The step
+/// named 014 to 015 writes version 16.
 #pragma once
 
 #include "gnr_projectdb/export.h"
