@@ -5,6 +5,7 @@
 
 #include "gnr_projectdb/thumbnails.h"
 #include "gnr_projectdb/thumbnails/thumb_sources.h"
+#include "gnr_projectdb/thumbnails/thumb_queue.h"
 #include "gnr_projectdb/thumbnails/thumb_store.h"
 
 #include <memory>
@@ -27,6 +28,13 @@ public:
 
     const CYxStringW& ThumbPath() const { return m_thumbPath; }
     CYxThumbSources& Sources() { return m_sources; }
+    // The read-write connection of the thumbnail file and the lock that
+    // every use of it holds.
+    std::mutex& WriteLock() { return m_writeLock; }
+    sqlite3* WriteDb() { return m_db.get(); }
+    // Starts the request queue (once, by Open).
+    int StartQueue(const SYxThumbQueueOptions& options);
+    CYxThumbQueue& Queue() { return *m_queue; }
 
 private:
     int BuildRun(const CYxStringW& runUuid, const SYxThumbBuildOptions& options, SYxThumbBuildReport* report,
@@ -37,4 +45,6 @@ private:
     std::mutex m_writeLock;
     YxThumbDbPtr m_db;
     CYxThumbSources m_sources;
+    // Last: it is stopped before the connections above close.
+    std::unique_ptr<CYxThumbQueue> m_queue;
 };

@@ -45,8 +45,13 @@ int YxProjectDb_Thumb_Upgrade(const wchar_t* thumbPath) {
     return rc != 0 ? rc : YxThumb_UpgradeSchema(db.get());
 }
 
-int CYxThumbnailDb::Open(const wchar_t* jobsDbPath, std::unique_ptr<CYxThumbnailDb>* out) {
+int CYxThumbnailDb::Open(const wchar_t* jobsDbPath, std::unique_ptr<CYxThumbnailDb>* out,
+                         const SYxThumbQueueOptions* queueOptions) {
     if (!jobsDbPath || !*jobsDbPath || !out) return YXPDB_E_THUMB_ARGUMENT;
+    const SYxThumbQueueOptions options = queueOptions ? *queueOptions : SYxThumbQueueOptions();
+    if (options.iReaders < 1 || options.iGenerators < 1 || options.iBatchRows < 1 || options.iReaders > 64 ||
+        options.iGenerators > 64)
+        return YXPDB_E_THUMB_ARGUMENT;
     const CYxStringW thumbPath = YxProjectDb_Thumb_FilePath(jobsDbPath);
     const YxProjectDbHandle jobs = YxProjectDb_Db_Jobs_ConnectForRead(jobsDbPath);
     if (jobs == 0) return YXPDB_E_GENERIC;
@@ -64,6 +69,8 @@ int CYxThumbnailDb::Open(const wchar_t* jobsDbPath, std::unique_ptr<CYxThumbnail
                                                                                                : rc;
     }
     auto engine = std::make_unique<CYxThumbEngine>(CYxStringW(jobsDbPath), thumbPath, std::move(db), jobs);
+    rc = engine->StartQueue(options);
+    if (rc != 0) return rc;
     out->reset(new CYxThumbnailDb(std::move(engine)));
     return 0;
 }
@@ -81,3 +88,15 @@ int CYxThumbnailDb::GetInfo(SYxThumbInfo* out) { return m_engine->GetInfo(out); 
 int CYxThumbnailDb::Prune(std::int64_t byteBudget, SYxThumbPruneReport* report) {
     return m_engine->Prune(byteBudget, report);
 }
+
+std::uint64_t CYxThumbnailDb::Request(const wchar_t* runUuid, int frameIndex, int plane, int level, int priority,
+                                      FnYxThumbCallback callback) {
+    return m_engine->Queue().Request(runUuid, frameIndex, plane, level, priority, std::move(callback));
+}
+bool CYxThumbnailDb::Cancel(std::uint64_t requestId) { return m_engine->Queue().Cancel(requestId); }
+std::uint64_t CYxThumbnailDb::NewGeneration() { return m_engine->Queue().NewGeneration(); }
+std::uint64_t CYxThumbnailDb::CurrentGeneration() const { return m_engine->Queue().CurrentGeneration(); }
+std::size_t CYxThumbnailDb::CancelOlderThan(std::uint64_t generation) {
+    return m_engine->Queue().CancelOlderThan(generation);
+}
+void CYxThumbnailDb::WaitIdle() { m_engine->Queue().WaitIdle(); }

@@ -25,10 +25,15 @@
 /// block its writer).
 ///
 /// Threads: every member function may be called from any thread at the same
-/// time; the calls run on the calling thread, and Build runs its rendering on
-/// worker threads of a processing queue. Writes to the file are serialised:
-/// a Build holds the file's writer for its whole run, so a Get that must
-/// store a new thumbnail meanwhile waits for it.
+/// time. The synchronous calls (Get, Build, GetInfo, Prune) run on the calling
+/// thread; Build renders on worker threads of a processing queue. The request
+/// queue (Request, Cancel, CancelOlderThan) serves requests on threads of its
+/// own and calls the callbacks there (see FnYxThumbCallback). Writes to the
+/// file are serialised: a Build holds the file's writer for its whole run, so
+/// a Get or a queued request that must store a new thumbnail meanwhile waits
+/// for it. Destroying the object cancels every pending request (their
+/// callbacks are called with YXPDB_E_CANCELLED before the destructor returns)
+/// and waits for its threads; it must not be destroyed from a callback.
 #pragma once
 
 #include "gnr_projectdb/export.h"
@@ -118,6 +123,25 @@ struct SYxThumbPruneReport {
     std::int64_t iImageBytesAfter = 0;
 };
 
+/// Answer to one request. Called exactly once per request id that Request
+/// returned (0 ids get none): with status 0 and the thumbnail, with the
+/// status of a failure, or with YXPDB_E_CANCELLED when the request was
+/// cancelled (through Cancel, CancelOlderThan or the destructor). A request
+/// whose cancel call has returned gets no thumbnail afterwards.
+/// It runs on a reader thread or the writer thread of the queue, or, for a
+/// cancel, on the thread that cancels (the destructor's, for the requests it
+/// cancels). It may call Request, Cancel and
+/// CancelOlderThan; it must not destroy the CYxThumbnailDb nor block for
+/// long (the queue's threads serve other requests meanwhile). The thumbnail
+/// is valid during the call only.
+typedef std::function<void(std::uint64_t requestId, int status, const SYxThumbnail& thumbnail)> FnYxThumbCallback;
+
+struct SYxThumbQueueOptions {
+    int iReaders = 2;       ///< reader threads, each with its own read-only connection
+    int iGenerators = 2;    ///< rendering threads for requests that miss
+    int iBatchRows = 64;    ///< most thumbnails the writer stores per transaction
+};
+
 class CYxThumbEngine;
 
 class GNR_API CYxThumbnailDb {
@@ -126,12 +150,15 @@ public:
     /// jobsDbPath and a read connection to the jobs database. A missing,
     /// damaged or newer thumbnail file is replaced by a new empty one.
     ///   0 and *out set;
-    ///   YXPDB_E_THUMB_ARGUMENT: null path or out;
+    ///   YXPDB_E_THUMB_ARGUMENT: null path or out, or queue options below 1
+    ///     (or above 64 threads);
+    ///   YXPDB_E_THREAD: a thread of the request queue cannot be started;
     ///   YXPDB_E_GENERIC: the jobs database cannot be opened;
     ///   YXPDB_E_READONLY: the thumbnail file cannot be made or written;
     ///   otherwise the SQLite code of the failed statement.
     /// *out is left alone on failure.
-    static int Open(const wchar_t* jobsDbPath, std::unique_ptr<CYxThumbnailDb>* out);
+    static int Open(const wchar_t* jobsDbPath, std::unique_ptr<CYxThumbnailDb>* out,
+                    const SYxThumbQueueOptions* queueOptions = nullptr);
     ~CYxThumbnailDb();
     CYxThumbnailDb(const CYxThumbnailDb&) = delete;
     CYxThumbnailDb& operator=(const CYxThumbnailDb&) = delete;
@@ -174,6 +201,33 @@ public:
     ///   0; otherwise the SQLite code (nothing removed). report may be null;
     ///   it is reset first.
     int Prune(std::int64_t byteBudget, SYxThumbPruneReport* report);
+
+    // ---- the request queue
+
+    /// Asks for a thumbnail; returns at once with a request id (1, 2, ...),
+    /// or 0 when the arguments are invalid (see Get) or the callback is
+    /// empty, in which case the callback is never called. Higher priority is
+    /// served first; within a priority the newest request first. Identical
+    /// pending requests (same uuid, frame, plane, level) are rendered once
+    /// and each gets its callback. A request belongs to the generation that
+    /// is current when it is made.
+    std::uint64_t Request(const wchar_t* runUuid, int frameIndex, int plane, int level, int priority,
+                          FnYxThumbCallback callback);
+    /// Cancels one request: if it has not been answered yet, its callback is
+    /// called with YXPDB_E_CANCELLED before Cancel returns. True when it was
+    /// cancelled by this call, false when it was answered or cancelled
+    /// before, or is unknown.
+    bool Cancel(std::uint64_t requestId);
+    /// Starts a new generation and returns its number (the first is 1). Views
+    /// call it when what is on screen changes.
+    std::uint64_t NewGeneration();
+    std::uint64_t CurrentGeneration() const;
+    /// Cancels every unanswered request of a generation older than
+    /// `generation`, as Cancel does; returns how many.
+    std::size_t CancelOlderThan(std::uint64_t generation);
+    /// Blocks until every request made so far has been answered (tests and
+    /// shutdown paths). Not to be called from a callback.
+    void WaitIdle();
 
 private:
     explicit CYxThumbnailDb(std::unique_ptr<CYxThumbEngine> engine);
