@@ -34,7 +34,7 @@ struct SBuildShared {
     std::int64_t made = 0;
     std::int64_t failed = 0;
     std::int64_t retired = 0;   // items that left the queue any way
-    sqlite3* db = nullptr;
+    CYxThumbConnection* db = nullptr;
 
     void Retire() {
         std::lock_guard<std::mutex> g(lock);
@@ -56,8 +56,8 @@ public:
         // The building thread holds the connection for the whole build; this
         // worker is the only one that writes meanwhile.
         const int rc = m_render == 0
-                           ? YxThumb_Store(m_shared.db, m_work.key, m_thumb, m_work.stamp)
-                           : YxThumb_StoreFailure(m_shared.db, m_work.key, m_work.source.wszPath, m_work.stamp,
+                           ? YxThumb_Store(m_shared.db->Cache(), m_work.key, m_thumb, m_work.stamp)
+                           : YxThumb_StoreFailure(m_shared.db->Cache(), m_work.key, m_work.source.wszPath, m_work.stamp,
                                                   m_render);
         if (rc != 0) return rc;
         std::lock_guard<std::mutex> g(m_shared.lock);
@@ -124,7 +124,7 @@ int CYxThumbEngine::Build(const SYxThumbBuildOptions& options, SYxThumbBuildRepo
     if (rc != 0) return finish(rc);
 
     std::lock_guard<std::mutex> lock(m_writeLock);
-    sqlite3* db = m_db.get();
+    sqlite3* db = m_db.Db();
     CYxSqliteTransaction guard(db);
 
     // ---- the work list
@@ -177,7 +177,7 @@ int CYxThumbEngine::Build(const SYxThumbBuildOptions& options, SYxThumbBuildRepo
 
     // ---- rendering and storing
     SBuildShared shared;
-    shared.db = db;
+    shared.db = &m_db;
     SYxQueueOptions queueOptions;
     const int workers = options.iWorkers > 0 ? options.iWorkers
                                              : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));

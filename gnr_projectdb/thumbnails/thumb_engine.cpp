@@ -46,14 +46,14 @@ int CYxThumbEngine::Get(const wchar_t* runUuid, int frameIndex, int plane, int l
         std::lock_guard<std::mutex> lock(m_writeLock);
         SYxThumbStamp stored;
         bool found = false;
-        rc = YxThumb_Lookup(m_db.get(), key, out, &stored, &found);
+        rc = YxThumb_Lookup(m_db.Cache(), key, out, &stored, &found);
         if (rc != 0) {
             *out = SYxThumbnail();
             return rc;
         }
         if (found && stored == now) return 0;
         *out = SYxThumbnail();
-        rc = YxThumb_LookupFailure(m_db.get(), key, &stored, &found);
+        rc = YxThumb_LookupFailure(m_db.Cache(), key, &stored, &found);
         if (rc != 0) return rc;
         if (found && stored == now) return YXPDB_E_THUMB_SOURCE;
     }
@@ -61,10 +61,10 @@ int CYxThumbEngine::Get(const wchar_t* runUuid, int frameIndex, int plane, int l
     rc = YxThumb_RenderSource(source, level, &made);
     std::lock_guard<std::mutex> lock(m_writeLock);
     if (rc != 0) {
-        rc = YxThumb_StoreFailure(m_db.get(), key, source.wszPath, now, rc);
+        rc = YxThumb_StoreFailure(m_db.Cache(), key, source.wszPath, now, rc);
         return rc != 0 ? rc : YXPDB_E_THUMB_SOURCE;
     }
-    rc = YxThumb_Store(m_db.get(), key, made, now);
+    rc = YxThumb_Store(m_db.Cache(), key, made, now);
     if (rc == 0) *out = std::move(made);
     return rc;
 }
@@ -74,10 +74,10 @@ int CYxThumbEngine::GetInfo(SYxThumbInfo* out) {
     *out = SYxThumbInfo();
     out->wszFileName = m_thumbPath;
     std::lock_guard<std::mutex> lock(m_writeLock);
-    int rc = YxThumb_ReadVersion(m_db.get(), &out->iVersion);
+    int rc = YxThumb_ReadVersion(m_db.Db(), &out->iVersion);
     if (rc != 0) return rc;
     {
-        CYxSqliteCmd levels(m_db.get(), L"SELECT iLevel, count(*), sum(length(pImage)) FROM thumb"
+        CYxSqliteCmd levels(m_db.Db(), L"SELECT iLevel, count(*), sum(length(pImage)) FROM thumb"
                                         L" GROUP BY iLevel ORDER BY iLevel;");
         while (levels.Next()) {
             SYxThumbLevelInfo level;
@@ -90,7 +90,7 @@ int CYxThumbEngine::GetInfo(SYxThumbInfo* out) {
         }
         if (levels.Result() != 0) return levels.Result();
     }
-    CYxSqliteCmd failures(m_db.get(), L"SELECT count(*) FROM thumbfail;");
+    CYxSqliteCmd failures(m_db.Db(), L"SELECT count(*) FROM thumbfail;");
     if (failures.Next()) failures.Column(0, out->iFailures);
     if (failures.Result() != 0) return failures.Result();
     struct stat st;

@@ -31,7 +31,7 @@ public:
     // The read-write connection of the thumbnail file and the lock that
     // every use of it holds.
     std::mutex& WriteLock() { return m_writeLock; }
-    sqlite3* WriteDb() { return m_db.get(); }
+    CYxThumbConnection& WriteDb() { return m_db; }
     // Starts the request queue (once, by Open).
     int StartQueue(const SYxThumbQueueOptions& options);
     CYxThumbQueue& Queue() { return *m_queue; }
@@ -43,7 +43,7 @@ private:
     CYxStringW m_jobsPath;
     CYxStringW m_thumbPath;
     std::mutex m_writeLock;
-    YxThumbDbPtr m_db;
+    CYxThumbConnection m_db;
     CYxThumbSources m_sources;
     // Last: it is stopped before the connections above close.
     std::unique_ptr<CYxThumbQueue> m_queue;

@@ -89,7 +89,7 @@ int CYxThumbEngine::Prune(std::int64_t byteBudget, SYxThumbPruneReport* report) 
     for (const CYxStringW& u : uuids) runs.insert(u.str());
 
     std::lock_guard<std::mutex> lock(m_writeLock);
-    sqlite3* db = m_db.get();
+    sqlite3* db = m_db.Db();
     {
         CYxSqliteTransaction guard(db);
         rc = ImageBytes(db, &r.iImageBytesBefore);

@@ -73,7 +73,7 @@ int CYxThumbQueue::Create(CYxThumbEngine& engine, const SYxThumbQueueOptions& op
         YxThumbDbPtr db;
         const int rc = YxThumb_OpenConnection(engine.ThumbPath(), true, &db);
         if (rc != 0) return rc;
-        queue->m_readerDbs.push_back(std::move(db));
+        queue->m_readerDbs.push_back(std::make_unique<CYxThumbConnection>(std::move(db)));
     }
     SYxQueueOptions renderOptions;
     renderOptions.iCapacity = 1 << 24;   // one token per waiting job: never full in practice
@@ -87,9 +87,9 @@ int CYxThumbQueue::Create(CYxThumbEngine& engine, const SYxThumbQueueOptions& op
     if (rc == 0) rc = queue->m_render->Start();
     if (rc != 0) return rc;
     try {
-        for (const YxThumbDbPtr& db : queue->m_readerDbs) {
-            sqlite3* raw = db.get();
-            queue->m_readers.emplace_back([q = queue.get(), raw] { q->ReaderLoop(raw); });
+        for (const auto& db : queue->m_readerDbs) {
+            CYxThumbConnection* connection = db.get();
+            queue->m_readers.emplace_back([q = queue.get(), connection] { q->ReaderLoop(*connection); });
         }
     } catch (...) {
         return YXPDB_E_THREAD;   // the destructor stops the readers already running
@@ -176,7 +176,7 @@ bool CYxThumbQueue::TakeLocked(std::set<Order, SOrderFirst>& waiting, EStage nex
     return true;
 }
 
-void CYxThumbQueue::ReaderLoop(sqlite3* db) {
+void CYxThumbQueue::ReaderLoop(CYxThumbConnection& db) {
     for (;;) {
         std::wstring name;
         SYxThumbKey key;
@@ -196,13 +196,13 @@ void CYxThumbQueue::ReaderLoop(sqlite3* db) {
         SYxThumbnail thumb;
         SYxThumbStamp stored;
         bool found = false;
-        rc = YxThumb_Lookup(db, key, &thumb, &stored, &found);
+        rc = YxThumb_Lookup(db.Cache(), key, &thumb, &stored, &found);
         if (rc == 0 && found && stored == now) {
             Finish(name, 0, thumb);
             continue;
         }
         if (rc == 0) {
-            rc = YxThumb_LookupFailure(db, key, &stored, &found);
+            rc = YxThumb_LookupFailure(db.Cache(), key, &stored, &found);
             if (rc == 0 && found && stored == now) rc = YXPDB_E_THUMB_SOURCE;
         }
         if (rc != 0) {
@@ -247,11 +247,11 @@ void CYxThumbQueue::FlushStored() {
     int rc = 0;
     {
         std::lock_guard<std::mutex> lock(m_engine.WriteLock());
-        sqlite3* db = m_engine.WriteDb();
-        CYxSqliteTransaction guard(db);
+        CYxThumbConnection& db = m_engine.WriteDb();
+        CYxSqliteTransaction guard(db.Db());
         for (const SStored& s : m_stored) {
-            rc = s.status == 0 ? YxThumb_Store(db, s.key, s.thumb, s.stamp)
-                               : YxThumb_StoreFailure(db, s.key, s.source, s.stamp, s.status);
+            rc = s.status == 0 ? YxThumb_Store(db.Cache(), s.key, s.thumb, s.stamp)
+                               : YxThumb_StoreFailure(db.Cache(), s.key, s.source, s.stamp, s.status);
             if (rc != 0) break;
         }
         rc = guard.Finish(rc);

@@ -82,7 +82,7 @@ private:
     };
 
     explicit CYxThumbQueue(CYxThumbEngine& engine);
-    void ReaderLoop(sqlite3* db);
+    void ReaderLoop(CYxThumbConnection& db);
     // Moves a job into a waiting set in its order.
     void EnqueueLocked(const std::wstring& name, SJob& job, EStage stage);
     // Takes the first job of a waiting set (false when empty).
@@ -123,7 +123,7 @@ private:
     std::set<Order, SOrderFirst> m_waitRender;
 
     std::vector<SStored> m_stored;   // the writer's batch (writer thread only)
-    std::vector<YxThumbDbPtr> m_readerDbs;
+    std::vector<std::unique_ptr<CYxThumbConnection>> m_readerDbs;
     std::vector<std::thread> m_readers;
     std::unique_ptr<CYxQueueMaster> m_render;
 };

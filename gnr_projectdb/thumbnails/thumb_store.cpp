@@ -101,7 +101,7 @@ int YxThumb_UpgradeSchema(sqlite3* db) {
     return guard.Finish(rc);
 }
 
-int YxThumb_Lookup(sqlite3* db, const SYxThumbKey& key, SYxThumbnail* out, SYxThumbStamp* stamp, bool* found) {
+int YxThumb_Lookup(CYxSqliteStmtCache& db, const SYxThumbKey& key, SYxThumbnail* out, SYxThumbStamp* stamp, bool* found) {
     *found = false;
     CYxSqliteCmd cmd(db, L"SELECT iWidth, iHeight, pImage, iSourceSize, iSourceMTime FROM thumb"
                          L" WHERE wszRunUuid=?1 AND iFrameIndex=?2 AND iPlane=?3 AND iLevel=?4;");
@@ -119,7 +119,7 @@ int YxThumb_Lookup(sqlite3* db, const SYxThumbKey& key, SYxThumbnail* out, SYxTh
     return cmd.Result();
 }
 
-int YxThumb_LookupFailure(sqlite3* db, const SYxThumbKey& key, SYxThumbStamp* stamp, bool* found) {
+int YxThumb_LookupFailure(CYxSqliteStmtCache& db, const SYxThumbKey& key, SYxThumbStamp* stamp, bool* found) {
     *found = false;
     CYxSqliteCmd cmd(db, L"SELECT iSourceSize, iSourceMTime FROM thumbfail"
                          L" WHERE wszRunUuid=?1 AND iFrameIndex=?2 AND iPlane=?3;");
@@ -132,8 +132,8 @@ int YxThumb_LookupFailure(sqlite3* db, const SYxThumbKey& key, SYxThumbStamp* st
     return cmd.Result();
 }
 
-int YxThumb_Store(sqlite3* db, const SYxThumbKey& key, const SYxThumbnail& thumb, const SYxThumbStamp& stamp) {
-    CYxSqliteTransaction guard(db);
+int YxThumb_Store(CYxSqliteStmtCache& db, const SYxThumbKey& key, const SYxThumbnail& thumb, const SYxThumbStamp& stamp) {
+    CYxSqliteTransaction guard(db.Db());
     CYxSqliteCmd insert(db, L"INSERT OR REPLACE INTO thumb (wszRunUuid, iFrameIndex, iPlane, iLevel, iWidth,"
                             L" iHeight, iFormat, pImage, iSourceSize, iSourceMTime, dCTime)"
                             L" VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11);");
@@ -154,7 +154,7 @@ int YxThumb_Store(sqlite3* db, const SYxThumbKey& key, const SYxThumbnail& thumb
     return guard.Finish(rc);
 }
 
-int YxThumb_StoreFailure(sqlite3* db, const SYxThumbKey& key, const CYxStringW& source, const SYxThumbStamp& stamp,
+int YxThumb_StoreFailure(CYxSqliteStmtCache& db, const SYxThumbKey& key, const CYxStringW& source, const SYxThumbStamp& stamp,
                          int status) {
     CYxSqliteCmd insert(db, L"INSERT OR REPLACE INTO thumbfail (wszRunUuid, iFrameIndex, iPlane, wszSource,"
                             L" iSourceSize, iSourceMTime, iStatus, dCTime) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8);");

@@ -17,12 +17,30 @@
 #include <memory>
 #include <string>
 
+#include "gnr_projectdb/sqlsupport/yxsqlite_stmtcache.h"
+
 struct sqlite3;
 
 struct SYxThumbDbCloser {
     void operator()(sqlite3* db) const noexcept;
 };
 typedef std::unique_ptr<sqlite3, SYxThumbDbCloser> YxThumbDbPtr;
+
+// One connection to the thumbnail file with its prepared statements (kept
+// across calls; finalized before the connection closes).
+class CYxThumbConnection {
+public:
+    explicit CYxThumbConnection(YxThumbDbPtr db) : m_db(std::move(db)), m_cache(m_db.get()) {}
+    ~CYxThumbConnection() { m_cache.Clear(); }
+    CYxThumbConnection(const CYxThumbConnection&) = delete;
+    CYxThumbConnection& operator=(const CYxThumbConnection&) = delete;
+    sqlite3* Db() const { return m_db.get(); }
+    CYxSqliteStmtCache& Cache() { return m_cache; }
+
+private:
+    YxThumbDbPtr m_db;
+    CYxSqliteStmtCache m_cache;
+};
 
 // What a source file was when it was read: size in bytes and modification
 // time in nanoseconds. A missing file is {-1, 0}.
@@ -54,12 +72,12 @@ int YxThumb_ReadVersion(sqlite3* db, int* version);
 int YxThumb_QuickCheck(sqlite3* db);
 
 // The stored thumbnail of a key. 0 with *found; the stamp goes to *stamp.
-int YxThumb_Lookup(sqlite3* db, const SYxThumbKey& key, SYxThumbnail* out, SYxThumbStamp* stamp, bool* found);
+int YxThumb_Lookup(CYxSqliteStmtCache& db, const SYxThumbKey& key, SYxThumbnail* out, SYxThumbStamp* stamp, bool* found);
 // The stamp of a failure row of (run, frame, plane). 0 with *found.
-int YxThumb_LookupFailure(sqlite3* db, const SYxThumbKey& key, SYxThumbStamp* stamp, bool* found);
+int YxThumb_LookupFailure(CYxSqliteStmtCache& db, const SYxThumbKey& key, SYxThumbStamp* stamp, bool* found);
 // Stores a thumbnail (replacing the key's row) and removes the key's
 // failure row. Runs inside the caller's transaction when one is open.
-int YxThumb_Store(sqlite3* db, const SYxThumbKey& key, const SYxThumbnail& thumb, const SYxThumbStamp& stamp);
+int YxThumb_Store(CYxSqliteStmtCache& db, const SYxThumbKey& key, const SYxThumbnail& thumb, const SYxThumbStamp& stamp);
 // Stores (replaces) the failure row of (run, frame, plane).
-int YxThumb_StoreFailure(sqlite3* db, const SYxThumbKey& key, const CYxStringW& source, const SYxThumbStamp& stamp,
+int YxThumb_StoreFailure(CYxSqliteStmtCache& db, const SYxThumbKey& key, const CYxStringW& source, const SYxThumbStamp& stamp,
                          int status);
