@@ -20,7 +20,7 @@ int YxThumb_RenderSource(const SYxThumbSource& source, int level, SYxThumbnail* 
     int width = 0, height = 0;
     YxThumb_Render(page, level, &grey, &width, &height);
     SYxThumbnail thumb;
-    rc = YxProjectDb_Thumb_EncodePng(grey.data(), grey.size(), width, height, &thumb.png);
+    rc = YxThumb_EncodePng(grey.data(), grey.size(), width, height, true, &thumb.png);
     if (rc != 0) return YXPDB_E_IMAGE;
     thumb.iWidth = width;
     thumb.iHeight = height;

@@ -40,3 +40,8 @@ void YxThumb_ThumbSize(int width, int height, int level, int* outWidth, int* out
 // bytes.
 void YxThumb_Render(const SYxGreyPage& page, int level, std::vector<std::uint8_t>* grey, int* outWidth,
                     int* outHeight);
+
+// PNG bytes of 8-bit grey pixels; fast trades size for speed (thumbnails,
+// which are read back many times). Codes as YxProjectDb_Thumb_EncodePng.
+int YxThumb_EncodePng(const std::uint8_t* grey, std::size_t size, int width, int height, bool fast,
+                      std::vector<std::uint8_t>* png);

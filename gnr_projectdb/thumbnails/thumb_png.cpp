@@ -22,12 +22,13 @@ bool GreyArgumentsOk(const std::uint8_t* grey, std::size_t size, int width, int 
 
 }  // namespace
 
-int YxProjectDb_Thumb_EncodePng(const std::uint8_t* grey, std::size_t size, int width, int height,
-                                std::vector<std::uint8_t>* png) {
+int YxThumb_EncodePng(const std::uint8_t* grey, std::size_t size, int width, int height, bool fast,
+                      std::vector<std::uint8_t>* png) {
     if (!png || !GreyArgumentsOk(grey, size, width, height)) return YXPDB_E_THUMB_ARGUMENT;
     png_image image;
     std::memset(&image, 0, sizeof image);
     image.version = PNG_IMAGE_VERSION;
+    if (fast) image.flags |= PNG_IMAGE_FLAG_FAST;
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = PNG_FORMAT_GRAY;
@@ -44,6 +45,11 @@ int YxProjectDb_Thumb_EncodePng(const std::uint8_t* grey, std::size_t size, int 
     encoded.resize(bytes);
     *png = std::move(encoded);
     return 0;
+}
+
+int YxProjectDb_Thumb_EncodePng(const std::uint8_t* grey, std::size_t size, int width, int height,
+                                std::vector<std::uint8_t>* png) {
+    return YxThumb_EncodePng(grey, size, width, height, false, png);
 }
 
 int YxProjectDb_Thumb_WritePng(const wchar_t* path, const std::uint8_t* grey, std::size_t size, int width,
