@@ -13,13 +13,18 @@
 
 namespace {
 
+// Checks and upgrades the file on a connection of its own, without a memory
+// map, so that the check leaves nothing mapped; then opens the connection
+// that is kept.
 int OpenChecked(const CYxStringW& path, YxThumbDbPtr* out) {
-    YxThumbDbPtr db;
-    int rc = YxThumb_OpenConnection(path, false, &db);
-    if (rc == 0) rc = YxThumb_QuickCheck(db.get());
-    if (rc == 0) rc = YxThumb_UpgradeSchema(db.get());
-    if (rc == 0) *out = std::move(db);
-    return rc;
+    {
+        YxThumbDbPtr check;
+        int rc = YxThumb_OpenConnection(path, false, &check, false);
+        if (rc == 0) rc = YxThumb_QuickCheck(check.get());
+        if (rc == 0) rc = YxThumb_UpgradeSchema(check.get());
+        if (rc != 0) return rc;
+    }
+    return YxThumb_OpenConnection(path, false, out);
 }
 
 void RemoveFiles(const CYxStringW& path) {

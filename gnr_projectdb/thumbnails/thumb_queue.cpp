@@ -38,14 +38,19 @@ public:
     }
 
     int Transport(int) override {
-        if (!m_has) return 0;
-        // The batch ends when no other result waits behind this one.
+        // The batch ends when no other token waits behind this one: every
+        // token checks, also one whose job went away, since a token that
+        // saw this one waiting left the batch to it.
         SYxQueueStatistics stats;
         bool last = true;
         if (m_queue.m_render && m_queue.m_render->GetStatistics(&stats) == 0 && stats.stages.size() > 1)
             last = stats.stages[1].iWaiting == 0;
-        m_queue.Store(std::move(m_result), last);
-        m_has = false;
+        if (m_has) {
+            m_queue.Store(std::move(m_result), last);
+            m_has = false;
+        } else if (last) {
+            m_queue.FlushStored();
+        }
         return 0;
     }
 

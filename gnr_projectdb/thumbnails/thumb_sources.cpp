@@ -33,8 +33,12 @@ int CYxThumbSources::LoadLocked(const CYxStringW& runUuid, SRun** out) {
     std::vector<SYxProjectDbRow_frame> frames;
     rc = YxProjectDb_Frame_GetMany(m_jobs, run.iKey, frames);
     if (rc != 0) return rc;
-    for (const SYxProjectDbRow_file& f : files)
-        loaded.files[f.iKey] = SFile{f.wszFileName, f.iPlanes > 0 ? f.iPlanes : 1};
+    for (const SYxProjectDbRow_file& f : files) {
+        SFile& file = loaded.files[f.iKey];
+        file.wszPath = YxFs_Native(loaded.wszFolder + f.wszFileName);
+        file.pathUtf8 = file.wszPath.ToUtf8();
+        file.iPlanes = f.iPlanes > 0 ? f.iPlanes : 1;
+    }
     for (const SYxProjectDbRow_frame& f : frames)
         loaded.frames[f.iFrameIndex] = SFrame{f.iFileKeyRef, f.iFileFrameIndex};
     SRun& slot = m_runs[runUuid.str()];
@@ -61,8 +65,8 @@ int CYxThumbSources::Resolve(const CYxStringW& runUuid, int frameIndex, int plan
         file = run->files.find(frame->second.iFileKey);
     }
     if (file == run->files.end() || plane >= file->second.iPlanes) return YXPDB_E_NOTFOUND;
-    out->wszPath = YxFs_Native(run->wszFolder + file->second.wszName);
-    out->pathUtf8 = out->wszPath.ToUtf8();
+    out->wszPath = file->second.wszPath;
+    out->pathUtf8 = file->second.pathUtf8;
     out->iPage = frame->second.iFileFrameIndex * file->second.iPlanes + plane;
     return 0;
 }

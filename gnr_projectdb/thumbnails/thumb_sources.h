@@ -55,7 +55,8 @@ private:
         int iFileFrameIndex = 0;
     };
     struct SFile {
-        CYxStringW wszName;
+        CYxStringW wszPath;       // absolute, native separators
+        std::string pathUtf8;
         int iPlanes = 1;
     };
     struct SRun {

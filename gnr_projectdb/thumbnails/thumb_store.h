@@ -60,8 +60,9 @@ struct SYxThumbKey {
 };
 
 // Opens the file read-write (made when missing) in WAL mode with a busy
-// timeout, or read-only. 0 or the SQLite code; *out untouched on failure.
-int YxThumb_OpenConnection(const CYxStringW& path, bool readOnly, YxThumbDbPtr* out);
+// timeout, or read-only; mapped reads the file through a memory map.
+// 0 or the SQLite code; *out untouched on failure.
+int YxThumb_OpenConnection(const CYxStringW& path, bool readOnly, YxThumbDbPtr* out, bool mapped = true);
 // Brings the schema on an open read-write connection to the current version
 // (see YxProjectDb_Thumb_Upgrade for the codes).
 int YxThumb_UpgradeSchema(sqlite3* db);

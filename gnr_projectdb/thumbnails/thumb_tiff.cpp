@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
@@ -108,6 +109,17 @@ int YxThumb_ReadTiffPage(const std::string& pathUtf8, int page, SYxGreyPage* out
     if (samples != 1 || (bits != 8 && bits != 16) || format != SAMPLEFORMAT_UINT ||
         (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_MINISWHITE))
         return YXPDB_E_IMAGE;
+
+    // The pixels claimed must fit the file: uncompressed as they are, any
+    // compression at most about 1000 : 1 (deflate's limit). A few damaged
+    // bytes in the size fields must not cost a huge allocation.
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_COMPRESSION, &compression);
+    struct stat st;
+    if (fstat(TIFFFileno(tif.get()), &st) != 0) return YXPDB_E_IMAGE;
+    const double raw = static_cast<double>(width) * height * (bits / 8);
+    const double fileSize = static_cast<double>(st.st_size);
+    if (compression == COMPRESSION_NONE ? fileSize < raw : fileSize * 1100.0 < raw) return YXPDB_E_IMAGE;
 
     SYxGreyPage result;
     result.iWidth = static_cast<int>(width);
