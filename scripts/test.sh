@@ -13,7 +13,7 @@ cd "$(dirname "$0")/.."
 # Test executables that run real threads and are clean under ThreadSanitizer
 # (test_merge is clean too but takes a minute there: GNR_TSAN_SUITES="test_merge"
 # runs it, or any other list).
-read -r -a TSAN_SUITES <<< "${GNR_TSAN_SUITES:-test_queue test_registry test_sqlsupport}"
+read -r -a TSAN_SUITES <<< "${GNR_TSAN_SUITES:-test_queue test_registry test_sqlsupport test_thumbqueue}"
 if [ "${1:-}" = "--tsan" ]; then
     shift
     export GNR_TSAN=ON BUILD_DIR="${BUILD_DIR:-build-tsan}"

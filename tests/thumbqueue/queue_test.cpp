@@ -1,7 +1,7 @@
 // The request queue: answers, identical requests, priority order, cancels,
 // generations, shutdown, and many threads against a second process that
 // keeps inserting frames into the jobs database.
-#include "thumb_fixture.h"
+#include "thumbnails/thumb_fixture.h"
 
 #include <atomic>
 #include <condition_variable>
