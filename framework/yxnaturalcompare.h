@@ -11,7 +11,6 @@
 // SQLite collation and for std::sort. Pure and thread-safe.
 #pragma once
 
-
 #include <cstddef>
 
 // Returns <0, 0 or >0. A null pointer is read as the empty text.

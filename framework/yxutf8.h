@@ -6,7 +6,6 @@
 // Both functions are pure and thread-safe.
 #pragma once
 
-
 #include <cstddef>
 #include <string>
 #include <string_view>

@@ -18,7 +18,6 @@
 // never throws.
 #pragma once
 
-
 struct sqlite3;
 
 class CYxSqliteTransaction {
