@@ -85,7 +85,9 @@ struct SYxThumbBuildOptions {
     int iPlane = -1;
     /// Rendering threads: 1 or more; 0 for one per hardware thread.
     int iWorkers = 0;
-    /// Optional: called now and then, and once at the end.
+    /// Optional: called now and then, and once at the end, on the thread
+    /// that called Build while it holds the file's writer: it must not call
+    /// Get, Build, GetInfo or Prune of the same object.
     FnYxThumbProgress fnProgress;
     /// Optional: true cancels. A cancelled build writes nothing.
     const std::atomic<bool>* pCancel = nullptr;
