@@ -56,14 +56,7 @@ void ReadVersion(sqlite3* db, const wchar_t* table, const wchar_t* name, std::in
 // The version table of a file: application files name it `version` from
 // version 6 on and `vesion` before; jobs files always `vesion`.
 const wchar_t* VersionTableOf(sqlite3* db, const SYxDbFlavour& flavour) {
-    int err = 0;
-    const std::int64_t n = YxSqlite_ReadOneInt64(
-        db,
-        CYxStringW::Format(L"SELECT count(*) FROM sqlite_master WHERE type='table' AND name='%s';",
-                           flavour.wszVersionTable),
-        &err);
-    if (err == 0 && n > 0) return flavour.wszVersionTable;
-    return L"vesion";
+    return YxSqlite_HasTable(db, flavour.wszVersionTable) ? flavour.wszVersionTable : L"vesion";
 }
 
 }  // namespace

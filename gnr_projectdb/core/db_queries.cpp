@@ -51,19 +51,7 @@ std::uint64_t YxProjectDb_Db_GetSize(YxProjectDbHandle handle) {
 }
 
 bool YxProjectDb_Db_HasTable(YxProjectDbHandle handle, const wchar_t* table) {
-    sqlite3* db = YxDb_Conn(handle);
-    if (!db || !table) return false;
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(db, "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1;", -1, &stmt, nullptr) !=
-        SQLITE_OK) {
-        sqlite3_finalize(stmt);
-        return false;
-    }
-    const std::string name = CYxStringW(table).ToUtf8();
-    sqlite3_bind_text(stmt, 1, name.c_str(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
-    const bool found = sqlite3_step(stmt) == SQLITE_ROW;
-    sqlite3_finalize(stmt);
-    return found;
+    return YxSqlite_HasTable(YxDb_Conn(handle), table);
 }
 
 int YxProjectDb_Db_IsWriteable(YxProjectDbHandle handle) {

@@ -107,12 +107,6 @@ int YxDiag_ReadFileSchema(sqlite3* db, std::vector<SYxDiagFileTable>* tables) {
     return 0;
 }
 
-bool YxDiag_FileHasTable(sqlite3* db, const wchar_t* table) {
-    CYxSqliteCmd cmd(db, L"SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?1;");
-    cmd.Bind(1, table);
-    return cmd.Next();
-}
-
 int YxDiag_ReadSchemaSql(sqlite3* db, CYxStringW* sql) {
     CYxSqliteCmd cmd(db, L"SELECT sql FROM sqlite_master WHERE sql IS NOT NULL AND name NOT LIKE 'sqlite\\_%' "
                          L"ESCAPE '\\' ORDER BY rowid;");

@@ -43,9 +43,6 @@ struct SYxDiagFileTable {
 // name. Returns 0 or the SQLite status of the read that failed.
 int YxDiag_ReadFileSchema(sqlite3* db, std::vector<SYxDiagFileTable>* tables);
 
-// True when the main database has a table of that name.
-bool YxDiag_FileHasTable(sqlite3* db, const wchar_t* table);
-
 // Appends the CREATE statements of the main database (see
 // YxProjectDb_Diag_FileSchemaSql). Returns 0 or the SQLite status.
 int YxDiag_ReadSchemaSql(sqlite3* db, CYxStringW* sql);

@@ -165,15 +165,15 @@ void CompareIndexes(const SYxSqliteTableDef& def, const SYxDiagFileTable& file, 
 
 // An application database has tables of its own and no runs.
 bool LooksLikeApplicationDb(sqlite3* db) {
-    if (YxDiag_FileHasTable(db, L"jobrun")) return false;
+    if (YxSqlite_HasTable(db, L"jobrun")) return false;
     for (const wchar_t* t : {L"definitions", L"analysis", L"reciperun", L"datatable"})
-        if (YxDiag_FileHasTable(db, t)) return true;
+        if (YxSqlite_HasTable(db, t)) return true;
     return false;
 }
 
 void ReadVersions(sqlite3* db, EYxProjectDbFlavour flavour, SYxProjectDbSchemaReport& report) {
     int error = 0;
-    const wchar_t* table = flavour == eYxFlavourApplication && YxDiag_FileHasTable(db, L"version") ? L"version"
+    const wchar_t* table = flavour == eYxFlavourApplication && YxSqlite_HasTable(db, L"version") ? L"version"
                                                                                                    : L"vesion";
     report.iVersion = YxProjectDb_Upgrade_ReadVersion(db, table, L"main", &error);
     if (error) report.iVersion = 0;

@@ -226,6 +226,26 @@ CYxStringW YxSqlite_ReadOneStringW(sqlite3* db, const wchar_t* query, int* error
     });
 }
 
+bool YxSqlite_HasTable(sqlite3* db, const wchar_t* table, int* error) {
+    int rc = SQLITE_MISUSE;
+    bool found = false;
+    sqlite3_stmt* stmt = nullptr;
+    if (db && table) {
+        rc = sqlite3_prepare_v2(db, "SELECT 1 FROM main.sqlite_master WHERE type='table' AND name=?1;", -1, &stmt,
+                                nullptr);
+        if (rc == SQLITE_OK) {
+            const std::string name = YxUtf8FromWide(std::wstring_view(table));
+            sqlite3_bind_text(stmt, 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
+            const int step = sqlite3_step(stmt);
+            found = step == SQLITE_ROW;
+            rc = step == SQLITE_ROW || step == SQLITE_DONE ? SQLITE_OK : step;
+        }
+        sqlite3_finalize(stmt);
+    }
+    if (error) *error = rc;
+    return found;
+}
+
 int YxSqlite_StartTransaction(sqlite3* db) {
     if (!db) return SQLITE_MISUSE;
     return sqlite3_exec(db, "BEGIN TRANSACTION;", nullptr, nullptr, nullptr);

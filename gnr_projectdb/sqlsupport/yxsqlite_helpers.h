@@ -54,6 +54,11 @@ std::int64_t YxSqlite_ReadOneInt64(sqlite3* db, const wchar_t* query, int* error
 CYxStringW YxSqlite_ReadOneStringW(sqlite3* db, const wchar_t* query, int* error = nullptr);
 double YxSqlite_ReadOneDouble(sqlite3* db, const wchar_t* query, int* error = nullptr);
 
+// True when the main database has a table of that name (bound, never
+// spliced). A failed look-up is false and sets *error to its code; else
+// *error is 0.
+bool YxSqlite_HasTable(sqlite3* db, const wchar_t* table, int* error = nullptr);
+
 // Begins a (deferred) transaction.
 int YxSqlite_StartTransaction(sqlite3* db);
 // Begins a transaction on each connection that has none open; the flags tell

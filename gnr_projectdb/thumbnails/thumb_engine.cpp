@@ -1,12 +1,12 @@
 // Get-or-render of one thumbnail, and what the file holds.
 #include "gnr_projectdb/thumbnails/thumb_engine.h"
 
+#include "framework/yxfilesystem.h"
 #include "gnr_projectdb/connection.h"
 #include "gnr_projectdb/sqlsupport/yxsqlite_cmd.h"
 #include "gnr_projectdb/thumbnails/thumb_image.h"
 
 #include <sqlite3.h>
-#include <sys/stat.h>
 
 bool YxThumb_IsLevel(int level) {
     return level == eYxThumbLevel_128 || level == eYxThumbLevel_256 || level == eYxThumbLevel_512;
@@ -93,7 +93,6 @@ int CYxThumbEngine::GetInfo(SYxThumbInfo* out) {
     CYxSqliteCmd failures(m_db.Db(), L"SELECT count(*) FROM thumbfail;");
     if (failures.Next()) failures.Column(0, out->iFailures);
     if (failures.Result() != 0) return failures.Result();
-    struct stat st;
-    if (::stat(m_thumbPath.ToUtf8().c_str(), &st) == 0) out->iFileBytes = static_cast<std::int64_t>(st.st_size);
+    out->iFileBytes = static_cast<std::int64_t>(YX_GetFileSizeFromName(m_thumbPath));
     return 0;
 }

@@ -23,17 +23,6 @@ const wchar_t* const kSchema =
     L" iSourceMTime INTEGER NOT NULL, iStatus INTEGER NOT NULL, dCTime REAL NOT NULL,"
     L" UNIQUE (wszRunUuid, iFrameIndex, iPlane));";
 
-bool HasTable(sqlite3* db, const char* name, int* rc) {
-    sqlite3_stmt* stmt = nullptr;
-    *rc = sqlite3_prepare_v2(db, "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1;", -1, &stmt, nullptr);
-    if (*rc != SQLITE_OK) return false;
-    sqlite3_bind_text(stmt, 1, name, -1, SQLITE_STATIC);
-    const int step = sqlite3_step(stmt);
-    sqlite3_finalize(stmt);
-    if (step != SQLITE_ROW && step != SQLITE_DONE) *rc = step;
-    return step == SQLITE_ROW;
-}
-
 }  // namespace
 
 void SYxThumbDbCloser::operator()(sqlite3* db) const noexcept { sqlite3_close_v2(db); }
@@ -72,7 +61,7 @@ int YxThumb_OpenConnection(const CYxStringW& path, bool readOnly, YxThumbDbPtr* 
 int YxThumb_ReadVersion(sqlite3* db, int* version) {
     int rc = 0;
     *version = 0;
-    if (!HasTable(db, "vesion", &rc)) return rc;
+    if (!YxSqlite_HasTable(db, L"vesion", &rc)) return rc;
     CYxSqliteCmd cmd(db, L"SELECT iVersion FROM vesion WHERE wszName='thumbs';");
     if (cmd.Next()) cmd.Column(0, *version);
     return cmd.Result();

@@ -99,13 +99,9 @@ int YxProjectDb_Db_Vasq_Upgrade(const wchar_t* path, CYxProgressDialog* dialog) 
     if (status != 0) return status;
 
     CYxSqliteTransaction transaction(db, true, 30);
-    const std::int64_t hasVersionTable = YxSqlite_ReadOneInt64(
-        db, CYxStringW::Format(L"SELECT CASE WHEN EXISTS (SELECT 1 FROM sqlite_master WHERE type ='table' AND name "
-                               L"= '%s') THEN 1 ELSE 0 END AS TabExists",
-                               L"version"));
     int error = 0;
     const std::int64_t version =
-        YxProjectDb_Upgrade_ReadVersion(db, hasVersionTable != 0 ? L"version" : L"vesion", L"main", &error);
+        YxProjectDb_Upgrade_ReadVersion(db, YxSqlite_HasTable(db, L"version") ? L"version" : L"vesion", L"main", &error);
     YX_DIAG_INFO(L"Upgrading version %I64d to...", version);
     SetPos(dialog, 40);
 

@@ -78,6 +78,22 @@ TEST_F(Helpers, ReadOneValues) {
     EXPECT_EQ(YxSqlite_ReadOneInt64(m_db, L"SELECT 5"), 5);  // the error out-argument is optional
 }
 
+TEST_F(Helpers, HasTableLooksUpTheNameAsAValue) {
+    Exec("CREATE TABLE \"it's\" (n INTEGER); CREATE VIEW w AS SELECT 1; ATTACH ':memory:' AS other;"
+         "CREATE TABLE other.elsewhere (n INTEGER);");
+    int err = -1;
+    EXPECT_TRUE(YxSqlite_HasTable(m_db, L"it's", &err));
+    EXPECT_EQ(err, 0);
+    EXPECT_FALSE(YxSqlite_HasTable(m_db, L"x' OR '1'='1", &err));
+    EXPECT_EQ(err, 0);
+    EXPECT_FALSE(YxSqlite_HasTable(m_db, L"w", &err)) << "a view is no table";
+    EXPECT_FALSE(YxSqlite_HasTable(m_db, L"elsewhere", &err)) << "only the main database counts";
+    EXPECT_FALSE(YxSqlite_HasTable(m_db, nullptr, &err));
+    EXPECT_EQ(err, SQLITE_MISUSE);
+    EXPECT_FALSE(YxSqlite_HasTable(nullptr, L"it's", &err));
+    EXPECT_EQ(err, SQLITE_MISUSE);
+}
+
 TEST_F(Helpers, TwoDatabasesTransaction) {
     sqlite3* other = nullptr;
     ASSERT_EQ(YxSqlite_Open(m_dir.File("other.db"), &other, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE), SQLITE_OK);
